@@ -1,0 +1,239 @@
+#include "BsxUnicodeString.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cwchar>
+#include <cwctype>
+#include <vector>
+
+namespace BSX {
+
+BsxUnicodeString::BsxUnicodeString(const wchar_t* text) : m_text(text ? text : L"") {}
+
+BsxUnicodeString& BsxUnicodeString::operator=(const wchar_t* text)
+{
+    m_text = text ? text : L"";
+    return *this;
+}
+
+BsxUnicodeString BsxUnicodeString::FromUtf8(const std::string& text)
+{
+    std::wstring out;
+    out.reserve(text.size());
+    const auto* s = reinterpret_cast<const unsigned char*>(text.data());
+    const size_t n = text.size();
+    size_t i = 0;
+    while (i < n) {
+        unsigned char c = s[i];
+        unsigned int cp = 0;
+        int extra = 0;
+        if (c < 0x80) { cp = c; }
+        else if ((c & 0xE0) == 0xC0) { cp = c & 0x1F; extra = 1; }
+        else if ((c & 0xF0) == 0xE0) { cp = c & 0x0F; extra = 2; }
+        else if ((c & 0xF8) == 0xF0) { cp = c & 0x07; extra = 3; }
+        else { out += L'\xFFFD'; ++i; continue; }
+        bool ok = true;
+        for (int k = 1; k <= extra; ++k) {
+            if (i + k >= n || (s[i + k] & 0xC0) != 0x80) { ok = false; break; }
+            cp = (cp << 6) | (s[i + k] & 0x3F);
+        }
+        if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) { out += L'\xFFFD'; ++i; continue; }
+        out += static_cast<wchar_t>(cp);
+        i += static_cast<size_t>(extra) + 1;
+    }
+    return BsxUnicodeString(std::move(out));
+}
+
+std::string BsxUnicodeString::ToUtf8() const
+{
+    std::string out;
+    out.reserve(m_text.size());
+    for (wchar_t wc : m_text) {
+        auto cp = static_cast<unsigned int>(wc);
+        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+        if (cp < 0x80) out += static_cast<char>(cp);
+        else if (cp < 0x800) { out += static_cast<char>(0xC0 | (cp >> 6)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
+        else if (cp < 0x10000) { out += static_cast<char>(0xE0 | (cp >> 12)); out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
+        else { out += static_cast<char>(0xF0 | (cp >> 18)); out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F)); out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
+    }
+    return out;
+}
+
+wchar_t BsxUnicodeString::operator[](int index) const
+{
+    if (index < 0 || index >= GetLength()) return 0;
+    return m_text[static_cast<size_t>(index)];
+}
+
+namespace {
+// glibc's wide printf reads "%s" and "%c" as narrow arguments; the host's reads them wide.
+// Rewrite each bare s/c conversion to its explicit wide form.
+std::wstring WidenConversions(const wchar_t* format)
+{
+    std::wstring out;
+    for (const wchar_t* p = format; *p; ++p) {
+        out += *p;
+        if (*p != L'%') continue;
+        ++p;
+        if (*p == L'%') { out += *p; continue; }
+        // flags, width, precision, length
+        bool hasLength = false;
+        while (*p && std::wcschr(L"-+ #0123456789.*'", *p)) out += *p++;
+        while (*p && std::wcschr(L"hlLqjzt", *p)) { hasLength = true; out += *p++; }
+        if (!*p) break;
+        if ((*p == L's' || *p == L'c') && !hasLength) out += L'l';
+        out += *p;
+    }
+    return out;
+}
+} // namespace
+
+bool BsxUnicodeString::Format(const wchar_t* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    bool ok = FormatV(format, args);
+    va_end(args);
+    return ok;
+}
+
+bool BsxUnicodeString::FormatV(const wchar_t* format, va_list args)
+{
+    m_text.clear();
+    if (!format) return false;
+    const std::wstring fmt = WidenConversions(format);
+    // vswprintf gives -1 both for a short buffer and for a bad format: grow a bounded number of times.
+    std::vector<wchar_t> buffer(256);
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        va_list copy;
+        va_copy(copy, args);
+        int n = std::vswprintf(buffer.data(), buffer.size(), fmt.c_str(), copy);
+        va_end(copy);
+        if (n >= 0) {
+            m_text.assign(buffer.data(), static_cast<size_t>(n));
+            return true;
+        }
+        if (buffer.size() >= (1u << 24)) break;
+        buffer.resize(buffer.size() * 4);
+    }
+    return false;
+}
+
+void BsxUnicodeString::TrimLeft()
+{
+    size_t i = 0;
+    while (i < m_text.size() && std::iswspace(static_cast<wint_t>(m_text[i]))) ++i;
+    m_text.erase(0, i);
+}
+
+void BsxUnicodeString::TrimRight()
+{
+    size_t n = m_text.size();
+    while (n > 0 && std::iswspace(static_cast<wint_t>(m_text[n - 1]))) --n;
+    m_text.resize(n);
+}
+
+void BsxUnicodeString::TrimLeft(const wchar_t* set)
+{
+    if (!set) return;
+    size_t i = 0;
+    while (i < m_text.size() && std::wcschr(set, m_text[i]) && m_text[i] != 0) ++i;
+    m_text.erase(0, i);
+}
+
+void BsxUnicodeString::TrimRight(const wchar_t* set)
+{
+    if (!set) return;
+    size_t n = m_text.size();
+    while (n > 0 && m_text[n - 1] != 0 && std::wcschr(set, m_text[n - 1])) --n;
+    m_text.resize(n);
+}
+
+void BsxUnicodeString::TrimRight(wchar_t ch)
+{
+    size_t n = m_text.size();
+    while (n > 0 && m_text[n - 1] == ch) --n;
+    m_text.resize(n);
+}
+
+int BsxUnicodeString::CompareNoCase(const wchar_t* other) const
+{
+    const wchar_t* a = m_text.c_str();
+    const wchar_t* b = other ? other : L"";
+    for (;; ++a, ++b) {
+        wint_t ca = std::towlower(static_cast<wint_t>(*a));
+        wint_t cb = std::towlower(static_cast<wint_t>(*b));
+        if (ca != cb) return ca < cb ? -1 : 1;
+        if (ca == 0) return 0;
+    }
+}
+
+int BsxUnicodeString::Find(const wchar_t* what, int start) const
+{
+    if (!what || start < 0 || start > GetLength()) return -1;
+    size_t pos = m_text.find(what, static_cast<size_t>(start));
+    return pos == std::wstring::npos ? -1 : static_cast<int>(pos);
+}
+
+int BsxUnicodeString::Find(wchar_t ch, int start) const
+{
+    if (start < 0 || start > GetLength()) return -1;
+    size_t pos = m_text.find(ch, static_cast<size_t>(start));
+    return pos == std::wstring::npos ? -1 : static_cast<int>(pos);
+}
+
+int BsxUnicodeString::Replace(const wchar_t* from, const wchar_t* to)
+{
+    if (!from || !*from) return 0;
+    const std::wstring f(from), t(to ? to : L"");
+    int count = 0;
+    size_t pos = 0;
+    while ((pos = m_text.find(f, pos)) != std::wstring::npos) {
+        m_text.replace(pos, f.size(), t);
+        pos += t.size();
+        ++count;
+    }
+    return count;
+}
+
+BsxUnicodeString BsxUnicodeString::Left(int count) const
+{
+    if (count <= 0) return BsxUnicodeString();
+    return BsxUnicodeString(m_text.substr(0, static_cast<size_t>(count)));
+}
+
+BsxUnicodeString BsxUnicodeString::Right(int count) const
+{
+    if (count <= 0) return BsxUnicodeString();
+    size_t n = std::min(static_cast<size_t>(count), m_text.size());
+    return BsxUnicodeString(m_text.substr(m_text.size() - n));
+}
+
+BsxUnicodeString BsxUnicodeString::Mid(int start, int count) const
+{
+    if (start < 0) start = 0;
+    if (start >= GetLength()) return BsxUnicodeString();
+    size_t n = count < 0 ? std::wstring::npos : static_cast<size_t>(count);
+    return BsxUnicodeString(m_text.substr(static_cast<size_t>(start), n));
+}
+
+double BsxUnicodeString::ToDouble() const
+{
+    return std::wcstod(m_text.c_str(), nullptr);
+}
+
+unsigned int BsxUnicodeString::ToUInt(unsigned int radix) const
+{
+    if (radix != 0 && (radix < 2 || radix > 36)) return 0;
+    const wchar_t* p = m_text.c_str();
+    while (std::iswspace(static_cast<wint_t>(*p))) ++p;
+    if (*p == L'-') return 0;
+    errno = 0;
+    unsigned long long v = std::wcstoull(p, nullptr, static_cast<int>(radix));
+    if (errno == ERANGE || v > UINT_MAX) return UINT_MAX;
+    return static_cast<unsigned int>(v);
+}
+
+} // namespace BSX

@@ -1,0 +1,5 @@
+#include "KrTheme3DFactory.h"
+
+namespace KRN {
+KrTheme3DFactory::~KrTheme3DFactory() = default;
+}

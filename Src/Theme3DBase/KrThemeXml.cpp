@@ -1,0 +1,150 @@
+#include "KrThemeXml.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "KrConvert.h"
+#include "KrFile.h"
+#include "KrLogFile.h"
+#include "KrStringEx.h"
+
+namespace KRN {
+namespace ThemeXml {
+
+using BSX::BsxUnicodeString;
+
+int NormaliseVersion(int version) { return version == 0 ? kVersion20090106 : version; }
+
+bool IsSupportedVersion(int version) { return version == kVersion20090106 || version == kVersion20120328; }
+
+BsxUnicodeString Real(double value)
+{
+    if (!std::isfinite(value)) value = 0.0;
+    char buf[400]; // "%.15f" of the largest double needs 309 digits, a sign, a point and 15 decimals
+    int n = std::snprintf(buf, sizeof buf, "%.15f", value);
+    if (n <= 0 || static_cast<size_t>(n) >= sizeof buf) return BsxUnicodeString(L"0");
+    std::string s(buf, static_cast<size_t>(n));
+    if (s.find('.') != std::string::npos) {
+        while (!s.empty() && s.back() == '0') s.pop_back();
+        if (!s.empty() && s.back() == '.') s.pop_back();
+    }
+    if (s == "-0") s = "0";
+    return BsxUnicodeString::FromUtf8(s);
+}
+
+BsxUnicodeString Int(int value)
+{
+    BsxUnicodeString s;
+    NumberToString(value, s);
+    return s;
+}
+
+bool ReadFalseIsFalse(const BsxUnicodeString& text) { return text.CompareNoCase(L"FALSE") != 0; }
+bool ReadTrueIsTrue(const BsxUnicodeString& text) { return text.CompareNoCase(L"TRUE") == 0; }
+
+void ReadBoolStrict(const BsxUnicodeString& text, bool& member)
+{
+    if (text.CompareNoCase(L"TRUE") == 0) member = true;
+    else if (text.CompareNoCase(L"FALSE") == 0) member = false;
+}
+
+bool BeginWrite(const KrTheme3D& theme, int& version, KrMarkup& markup, BsxUnicodeString& result, bool checkVersion)
+{
+    version = NormaliseVersion(version);
+    result.Empty();
+    if (checkVersion && !IsSupportedVersion(version)) return false;
+    BsxUnicodeString base = theme.KrTheme3D::ToXML(version, BsxUnicodeString());
+    if (base.IsEmpty()) return false;
+    markup.SetDoc(base.Cstr());
+    if (!markup.FindElem(kRootName)) return false;
+    return true;
+}
+
+void AddText(KrMarkup& markup, const wchar_t* name, const BsxUnicodeString& text)
+{
+    markup.AddElem(name, text.Cstr(), false, true);
+}
+
+void AddReal(KrMarkup& markup, const wchar_t* name, double value) { AddText(markup, name, Real(value)); }
+void AddInt(KrMarkup& markup, const wchar_t* name, int value) { AddText(markup, name, Int(value)); }
+void AddBool(KrMarkup& markup, const wchar_t* name, bool value) { markup.AddElem(name, Bool(value), false, true); }
+
+void OpenContainer(KrMarkup& markup, const wchar_t* name)
+{
+    markup.AddElem(name, nullptr, false, true);
+    markup.IntoElem();
+}
+
+void AddStyle(KrMarkup& markup, const KrStyle& style, int version, const wchar_t* elementName, const BsxUnicodeString* iconDir)
+{
+    const BsxUnicodeString name(elementName);
+    if (iconDir) {
+        KrStyle copy(style);
+        copy.SetIconName(RelativeIconName(style.GetIconName(), *iconDir));
+        markup.AddSubDoc(copy.ToXML(version, name).Cstr(), false, true);
+    } else {
+        markup.AddSubDoc(style.ToXML(version, name).Cstr(), false, true);
+    }
+}
+
+ReadStatus BeginRead(KrTheme3D& theme, KrTheme3D::KrTheme3DType& typeSlot, KrTheme3D::KrTheme3DType ownType,
+                     const BsxUnicodeString& xml, int& version, bool checkVersion, bool checkType)
+{
+    version = NormaliseVersion(version);
+    if (checkVersion && !IsSupportedVersion(version)) return ReadStatus::Unsupported;
+    if (xml.IsEmpty()) return ReadStatus::Empty;
+    const bool ok = theme.KrTheme3D::FromXML(xml, version, BsxUnicodeString());
+    const KrTheme3D::KrTheme3DType read = typeSlot;
+    typeSlot = ownType;
+    if (!ok) return ReadStatus::BaseFailed;
+    if (checkType && read != ownType) return ReadStatus::ForeignType;
+    return ReadStatus::Read;
+}
+
+bool ReadText(KrMarkup& markup, const wchar_t* name, BsxUnicodeString& text)
+{
+    if (!markup.FindChildElem(name)) return false;
+    text = markup.GetChildData();
+    return true;
+}
+
+bool ReadStyle(KrMarkup& markup, const wchar_t* name, KrStyle& style, int version, const BsxUnicodeString* iconDir)
+{
+    if (!markup.FindChildElem(name)) return false;
+    style.FromXML(markup.GetChildSubDoc(), version);
+    if (iconDir && !style.GetIconName().IsEmpty()) style.SetIconName(AbsoluteIconName(style.GetIconName(), *iconDir));
+    return true;
+}
+
+BsxUnicodeString RelativeIconName(const BsxUnicodeString& icon, const BsxUnicodeString& dir)
+{
+    if (icon.IsEmpty()) return BsxUnicodeString();
+    return KrFile::GetRelativePath(dir, KrFile::GetDir(icon)) + KrFile::GetName(icon);
+}
+
+BsxUnicodeString AbsoluteIconName(const BsxUnicodeString& icon, const BsxUnicodeString& dir)
+{
+    if (icon.IsEmpty()) return icon;
+    return KrFile::GetAbsolutePath(dir, icon);
+}
+
+} // namespace ThemeXml
+
+namespace ThemeLog {
+
+void Formatted(const wchar_t* id, const wchar_t* className, const wchar_t* sourceFile, int line)
+{
+    KrStringEx text;
+    text.LoadResString(id);
+    BSX::BsxUnicodeString message;
+    message.Format(text.Cstr(), className);
+    KrLogFile::GetInstance(false)->RecordLog(LOG_ERROR, id, message, sourceFile, line);
+}
+
+void Plain(const wchar_t* id, const wchar_t* sourceFile, int line)
+{
+    KrLogFile::GetInstance(false)->RecordLog(LOG_ERROR, id, sourceFile, line);
+}
+
+} // namespace ThemeLog
+} // namespace KRN

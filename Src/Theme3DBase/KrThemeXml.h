@@ -1,0 +1,79 @@
+#pragma once
+// Persistence conventions every theme kind shares: format versions, the "tdx:Theme3D"
+// envelope, value encodings, embedded styles with relative icon files, and log records.
+#include "BsxUnicodeString.h"
+#include "KrMarkup.h"
+#include "KrStyle.h"
+#include "KrTheme3D.h"
+
+namespace KRN {
+namespace ThemeXml {
+
+constexpr int kVersion20031211 = 20031211;
+constexpr int kVersion20031212 = 20031212;
+constexpr int kVersion20090106 = 20090106;
+constexpr int kVersion20120328 = 20120328;
+constexpr const wchar_t* kRootName = L"tdx:Theme3D";
+constexpr const wchar_t* kStyleName = L"tdx:Style";
+
+// 0 stands for 20090106
+int NormaliseVersion(int version);
+// 20090106 and 20120328 (after normalisation)
+bool IsSupportedVersion(int version);
+
+// "%.15f" with trailing zeros and then a trailing point removed: 0.1, 3, 0, 2.5.
+// Non-finite values, which "%.15f" cannot write as a number, are written as 0.
+BSX::BsxUnicodeString Real(double value);
+BSX::BsxUnicodeString Int(int value);
+inline const wchar_t* Bool(bool value) { return value ? L"TRUE" : L"FALSE"; }
+// Boolean readers: only "FALSE" is false / only "TRUE" is true (ignoring case)
+bool ReadFalseIsFalse(const BSX::BsxUnicodeString& text);
+bool ReadTrueIsTrue(const BSX::BsxUnicodeString& text);
+// "TRUE" sets true, "FALSE" sets false, anything else leaves member unchanged
+void ReadBoolStrict(const BSX::BsxUnicodeString& text, bool& member);
+
+// Writing ---------------------------------------------------------------------------
+// Opens markup inside the root of the base part. On false the kind answers result at once
+// (the empty text for an unsupported version, or the base text when it is empty or rootless).
+// The graph kind passes checkVersion=false and checks the version itself afterwards.
+bool BeginWrite(const KrTheme3D& theme, int& version, KrMarkup& markup, BSX::BsxUnicodeString& result,
+                bool checkVersion = true);
+void AddText(KrMarkup& markup, const wchar_t* name, const BSX::BsxUnicodeString& text);
+void AddReal(KrMarkup& markup, const wchar_t* name, double value);
+void AddInt(KrMarkup& markup, const wchar_t* name, int value);
+void AddBool(KrMarkup& markup, const wchar_t* name, bool value);
+// An empty container element, stepped into (leave with markup.OutOfElem())
+void OpenContainer(KrMarkup& markup, const wchar_t* name);
+// A style sub-document under elementName ("tdx:Style" when null); with a non-null iconDir the
+// icon name is written relative to it. The theme's own style is not changed.
+void AddStyle(KrMarkup& markup, const KrStyle& style, int version, const wchar_t* elementName,
+              const BSX::BsxUnicodeString* iconDir = nullptr);
+
+// Reading ---------------------------------------------------------------------------
+enum class ReadStatus { Read, Unsupported, Empty, BaseFailed, ForeignType };
+// Steps shared by every reader up to the kind's own elements: version, empty text, the base
+// part and the type check. The kind's type code (typeSlot) is ownType afterwards in every case.
+// checkVersion=false reads every version; checkType=false skips the type check.
+ReadStatus BeginRead(KrTheme3D& theme, KrTheme3D::KrTheme3DType& typeSlot, KrTheme3D::KrTheme3DType ownType,
+                     const BSX::BsxUnicodeString& xml, int& version, bool checkVersion = true, bool checkType = true);
+// Next child of that name (forward only); its text into text
+bool ReadText(KrMarkup& markup, const wchar_t* name, BSX::BsxUnicodeString& text);
+// Next child of that name read as a style; with a non-null iconDir a non-empty icon name is
+// made absolute against it. False when the element is absent.
+bool ReadStyle(KrMarkup& markup, const wchar_t* name, KrStyle& style, int version,
+               const BSX::BsxUnicodeString* iconDir = nullptr);
+
+// Icon files
+BSX::BsxUnicodeString RelativeIconName(const BSX::BsxUnicodeString& icon, const BSX::BsxUnicodeString& dir);
+BSX::BsxUnicodeString AbsoluteIconName(const BSX::BsxUnicodeString& icon, const BSX::BsxUnicodeString& dir);
+
+} // namespace ThemeXml
+
+namespace ThemeLog {
+// Formatted record at level 400: the resource text of id formatted with the class name
+void Formatted(const wchar_t* id, const wchar_t* className, const wchar_t* sourceFile, int line);
+// Plain record at level 400: the log resolves the id
+void Plain(const wchar_t* id, const wchar_t* sourceFile, int line);
+} // namespace ThemeLog
+
+} // namespace KRN

@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <stdexcept>
+
+#include "BsxArray.h"
+#include "BsxColor.h"
+#include "BsxDict.h"
+#include "BsxTime.h"
+#include "BsxUnicodeString.h"
+#include "BsxVariant.h"
+#include "KrConvert.h"
+#include "KrFile.h"
+#include "TestSupport.h"
+
+using namespace BSX;
+using namespace KRN;
+
+TEST(BsxUnicodeStringTest, FormatTakesPercentSAsWideString)
+{
+    BsxUnicodeString s;
+    const wchar_t* name = L"Kr\u00e9Theme";
+    EXPECT_TRUE(s.Format(L"[%s|%5s|%c|%d|%%]", name, L"ab", L'\u00e9', 42));
+    EXPECT_EQ(s, L"[Kr\u00e9Theme|   ab|\u00e9|42|%]");
+    // An explicit wide length modifier keeps working
+    s.Format(L"%ls-%.2f", L"x", 2.345);
+    EXPECT_EQ(s, L"x-2.35");
+    // Long output grows the buffer
+    BsxUnicodeString big;
+    big.Format(L"%0500d", 7);
+    EXPECT_EQ(big.GetLength(), 500);
+}
+
+TEST(BsxUnicodeStringTest, TrimFindReplaceAndSlices)
+{
+    BsxUnicodeString s(L"  \tabc  \n");
+    s.TrimLeft();
+    s.TrimRight();
+    EXPECT_EQ(s, L"abc");
+    BsxUnicodeString z(L"12.5000");
+    z.TrimRight(L'0');
+    EXPECT_EQ(z, L"12.5");
+    BsxUnicodeString set(L"xxyabcyx");
+    set.TrimLeft(L"xy");
+    set.TrimRight(L"xy");
+    EXPECT_EQ(set, L"abc");
+
+    BsxUnicodeString t(L"A [#] B[#]C");
+    EXPECT_EQ(t.Find(L"[#]"), 2);
+    EXPECT_EQ(t.Find(L"[#]", 3), 7);
+    EXPECT_EQ(t.Find(L"[#]", 8), -1);
+    EXPECT_EQ(t.Find(L"zz"), -1);
+    EXPECT_EQ(t.Left(1), L"A");
+    EXPECT_EQ(t.Right(1), L"C");
+    EXPECT_EQ(t.Right(100), t);
+    EXPECT_EQ(t.Left(-1), L"");
+
+    BsxUnicodeString r(L"tdx:TextStyle><tdx:TextStyle");
+    EXPECT_EQ(r.Replace(L"TextStyle", L"ItemTextStyle"), 2);
+    EXPECT_EQ(r, L"tdx:ItemTextStyle><tdx:ItemTextStyle");
+
+    EXPECT_EQ(BsxUnicodeString(L"Label3DText").CompareNoCase(L"LABEL3DTEXT"), 0);
+    EXPECT_NE(BsxUnicodeString(L"TRUE").CompareNoCase(L"TRUEX"), 0);
+    EXPECT_TRUE(BsxUnicodeString(L"a") < BsxUnicodeString(L"b"));
+}
+
+TEST(BsxUnicodeStringTest, NumbersAndUtf8)
+{
+    EXPECT_DOUBLE_EQ(BsxUnicodeString(L" 2.50x").ToDouble(), 2.5);
+    EXPECT_DOUBLE_EQ(BsxUnicodeString(L"abc").ToDouble(), 0.0);
+    EXPECT_EQ(BsxUnicodeString(L"255").ToUInt(10), 255u);
+    EXPECT_EQ(BsxUnicodeString(L"99999999999").ToUInt(10), UINT_MAX);
+    EXPECT_EQ(BsxUnicodeString(L"-3").ToUInt(10), 0u);
+    EXPECT_EQ(kratoi(L" -12abc"), -12);
+    EXPECT_EQ(kratoi(L"99999999999999999999"), INT_MAX);
+    EXPECT_EQ(kratoi(L"x"), 0);
+    EXPECT_DOUBLE_EQ(kratof(L"1e3"), 1000.0);
+    EXPECT_DOUBLE_EQ(kratof(L"nan"), 0.0);
+
+    const BsxUnicodeString text(L"Z\u00fcrich \u5317\u4eac \U0001F600");
+    EXPECT_EQ(BsxUnicodeString::FromUtf8(text.ToUtf8()), text);
+    // A truncated sequence becomes a replacement character instead of reading past the end
+    EXPECT_EQ(BsxUnicodeString::FromUtf8(std::string("a\xE5\x8C", 3)), L"a\uFFFD\uFFFD");
+}
+
+TEST(BsxContainersTest, ArrayChecksIndexAndDictOrdersKeys)
+{
+    BsxArray<int> a;
+    a.Add(1);
+    a.Add(3);
+    a.InsertAt(1, 2);
+    a.InsertAt(-1, 4);
+    a.InsertAt(99, 5);
+    ASSERT_EQ(a.GetSize(), 5);
+    EXPECT_EQ(a[1], 2);
+    EXPECT_EQ(a[4], 5);
+    EXPECT_THROW(a[5], std::out_of_range);
+    EXPECT_THROW(a[-1], std::out_of_range);
+    a.RemoveAt(1, 100);
+    EXPECT_EQ(a.GetSize(), 1);
+
+    BsxDict<BsxUnicodeString, int> d;
+    d.SetAt(L"b", 2);
+    d.SetAt(L"a", 1);
+    d.SetAt(L"b", 3);
+    EXPECT_EQ(d.GetCount(), 2);
+    EXPECT_EQ(d.begin()->first, L"a");
+    int v = 0;
+    EXPECT_TRUE(d.Lookup(L"b", v));
+    EXPECT_EQ(v, 3);
+    EXPECT_FALSE(d.Lookup(L"c", v));
+    EXPECT_TRUE(d.RemoveKey(L"a"));
+    EXPECT_FALSE(d.RemoveKey(L"a"));
+}
+
+TEST(BsxVariantTest, TagsTextAndDates)
+{
+    EXPECT_EQ(BsxVariant().GetType(), 0);
+    EXPECT_EQ(BsxVariant(static_cast<unsigned char>(200)).ToString(), L"200");
+    EXPECT_EQ(BsxVariant(static_cast<short>(-5)).ToString(), L"-5");
+    EXPECT_EQ(BsxVariant(7).GetType(), 3);
+    EXPECT_EQ(BsxVariant(5000000000LL).ToString(), L"5000000000");
+    EXPECT_EQ(BsxVariant(0.5f).GetType(), 5);
+    EXPECT_EQ(BsxVariant(2.5).ToString(), L"2.5");
+    EXPECT_EQ(BsxVariant(0.1).ToString(), L"0.1");
+    BsxVariant s(L"text");
+    BsxVariant copy(s);
+    s = BsxVariant(1);
+    EXPECT_EQ(copy.GetType(), 9);
+    EXPECT_EQ(*copy.GetString(), L"text");
+
+    BsxTime t(2024, 2, 29, 13, 5, 9);
+    EXPECT_EQ(t.GetYear(), 2024);
+    EXPECT_EQ(t.GetMonth(), 2);
+    EXPECT_EQ(t.GetDay(), 29);
+    EXPECT_EQ(t.Format(L"%Y-%m-%d %H:%M:%S"), L"2024-02-29 13:05:09");
+    EXPECT_DOUBLE_EQ(BsxTime(1899, 12, 31).GetValue(), 1.0);
+    EXPECT_EQ(BsxTime(-1.25).Format(L"%Y-%m-%d %H:%M"), L"1899-12-29 06:00");
+    EXPECT_EQ(BsxVariant(t, BsxVariant::VT_DATETIME).GetType(), 11);
+    EXPECT_EQ(BsxVariant(t, BsxVariant::VT_DATE).ToString(), L"2024-02-29 13:05:09");
+    // Out-of-range and NaN dates show the epoch instead of failing
+    EXPECT_EQ(BsxTime(1e300).GetYear(), 1899);
+}
+
+TEST(BsxColorTest, PackersAndExtractorsAgree)
+{
+    const BsxColor c = BSXRGBA(12, 34, 56, 78);
+    EXPECT_EQ(BSXREDVAL(c), 12u);
+    EXPECT_EQ(BSXGREENVAL(c), 34u);
+    EXPECT_EQ(BSXBLUEVAL(c), 56u);
+    EXPECT_EQ(BSXALPHAVAL(c), 78u);
+    EXPECT_EQ(BSXALPHAVAL(BSXRGB(1, 2, 3)), 255u);
+}
+
+TEST(KrFileTest, RelativeAndAbsolutePaths)
+{
+    EXPECT_EQ(KrFile::GetDir(L"/data/icons/a.png"), L"/data/icons/");
+    EXPECT_EQ(KrFile::GetName(L"/data/icons/a.png"), L"a.png");
+    EXPECT_EQ(KrFile::GetDir(L"a.png"), L"");
+    EXPECT_EQ(KrFile::GetRelativePath(L"/data", L"/data/icons/"), L"icons/");
+    EXPECT_EQ(KrFile::GetRelativePath(L"/data/", L"/data/"), L"");
+    EXPECT_EQ(KrFile::GetRelativePath(L"/data", L"/other/"), L"../other/");
+    EXPECT_EQ(KrFile::GetRelativePath(L"", L"/x/"), L"/x/");
+    EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"icons/a.png"), L"/data/icons/a.png");
+    EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"../other/a.png"), L"/other/a.png");
+    EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"/abs/a.png"), L"/abs/a.png");
+}

@@ -1,0 +1,26 @@
+#pragma once
+// Helpers shared by the test programs.
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "BsxUnicodeString.h"
+#include "KrLogFile.h"
+
+namespace BSX {
+// Readable failure messages for host strings
+inline void PrintTo(const BsxUnicodeString& s, std::ostream* os) { *os << '"' << s.ToUtf8() << '"'; }
+} // namespace BSX
+
+namespace T3DTest {
+
+inline std::string U8(const BSX::BsxUnicodeString& s) { return s.ToUtf8(); }
+// Contents of a file under Tests/Data, as UTF-8 decoded text
+BSX::BsxUnicodeString ReadData(const std::string& name);
+// Overwrites a file under Tests/Data (used to refresh golden files on purpose)
+void WriteData(const std::string& name, const BSX::BsxUnicodeString& text);
+// Ids of the log records written since the last ClearLog
+std::vector<std::string> LogIds();
+void ClearLog();
+
+} // namespace T3DTest

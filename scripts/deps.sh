@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, the tests and the demo need (Debian 12, as root).
+set -euo pipefail
+packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-dev libgmock-dev
+          libbenchmark-dev libgdal-dev clang libclang-rt-14-dev gcovr valgrind)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
