@@ -10,3 +10,5 @@ for preset in default asan; do
   echo "== $preset tests"
   ctest --preset "$preset"
 done
+echo "== fuzz targets, a few seconds each"
+bash scripts/fuzz.sh 5
