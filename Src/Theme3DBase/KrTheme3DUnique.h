@@ -58,6 +58,8 @@ public:
     bool FindCaption(const BSX::BsxUnicodeString& value, BSX::BsxUnicodeString& caption) const;
     // Style for a text key: default for empty or unknown keys, null for an invisible item
     KrStyle* FindStyle(const BSX::BsxUnicodeString& value) const;
+    // A literal key is a text key (a variant could be made from it as well)
+    KrStyle* FindStyle(const wchar_t* value) const { return FindStyle(BSX::BsxUnicodeString(value)); }
 
     // Queries and setters by display index (the array's bound check applies)
     int GetCount() const;

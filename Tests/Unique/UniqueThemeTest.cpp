@@ -1,0 +1,321 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "BsxVariant.h"
+#include "KrLogFile.h"
+#include "KrTheme3DUnique.h"
+#include "TestSupport.h"
+
+using namespace BSX;
+using namespace KRN;
+
+namespace {
+
+// Opens the protected item lookup
+class OpenUnique : public KrTheme3DUnique {
+public:
+    using KrTheme3DUnique::FindThemeItem;
+};
+
+KrTheme3DItem Item(const wchar_t* caption, bool visible = true, bool modelling = false)
+{
+    KrTheme3DItem item;
+    item.Caption = caption;
+    item.Visible = visible;
+    item.ModellingStyleEnabled = modelling;
+    item.Style.SetLineWidth(static_cast<double>(BsxUnicodeString(caption).GetLength()) + 0.5);
+    return item;
+}
+
+std::vector<std::string> Keys(const KrTheme3DUnique& t)
+{
+    std::vector<std::string> keys;
+    for (int i = 0; i < t.GetCount(); ++i) keys.push_back(t.GetValueAt(i).ToUtf8());
+    return keys;
+}
+
+// Where a caption's style is, or what else the lookup gave
+std::string Answer(const KrTheme3DUnique& t, const KrStyle* style)
+{
+    if (!style) return "null";
+    if (style == &t.GetDefaultStyle()) return "default";
+    for (int i = 0; i < t.GetCount(); ++i)
+        if (style == &t.GetAt(i)->Style) return t.GetCaptionAt(i).ToUtf8();
+    return "foreign";
+}
+
+// The plain walk over the display order that the numeric lookup must agree with
+std::string Walk(const KrTheme3DUnique& t, double value)
+{
+    const double d = BsxVariant(value).ToString().ToDouble();
+    for (int i = 0; i < t.GetCount(); ++i) {
+        const double e = t.GetValueAt(i).ToDouble() - d;
+        if (-1e-10 < e && e < 1e-10) return t.IsVisibleAt(i) ? t.GetCaptionAt(i).ToUtf8() : "default";
+    }
+    return "default";
+}
+
+} // namespace
+
+TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
+{
+    KrTheme3DUnique t;
+    EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DUnique);
+    EXPECT_EQ(t.GetCount(), 0);
+    EXPECT_TRUE(t.Add(L"b", Item(L"B")));
+    EXPECT_TRUE(t.Add(L"a", Item(L"A")));
+    EXPECT_FALSE(t.Add(L"b", Item(L"other")));
+    EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "a"}));
+    EXPECT_EQ(t.GetCaptionAt(0), L"B");
+
+    // Past the end and negative both append; inside inserts before
+    EXPECT_TRUE(t.InsertItem(1000, L"c", Item(L"C")));
+    EXPECT_TRUE(t.InsertItem(-1, L"d", Item(L"D")));
+    EXPECT_TRUE(t.InsertItem(1, L"e", Item(L"E")));
+    EXPECT_FALSE(t.InsertItem(0, L"a", Item(L"A2")));
+    EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "e", "a", "c", "d"}));
+
+    // Re-keying keeps item and position; empty or taken keys change nothing
+    KrTheme3DItem* e = t.GetAt(1);
+    t.SetValueAt(1, L"");
+    t.SetValueAt(1, L"a");
+    EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "e", "a", "c", "d"}));
+    t.SetValueAt(1, L"f");
+    EXPECT_EQ(t.GetValueAt(1), L"f");
+    EXPECT_EQ(t.Find(L"f"), e);
+    EXPECT_FALSE(t.IsExist(L"e"));
+
+    BsxUnicodeString caption = L"untouched";
+    EXPECT_FALSE(t.FindCaption(L"zz", caption));
+    EXPECT_EQ(caption, L"untouched");
+    EXPECT_TRUE(t.FindCaption(L"f", caption));
+    EXPECT_EQ(caption, L"E");
+
+    // Removal: clipped to the end, nothing for a negative count or a bad index
+    EXPECT_EQ(t.RemoveAt(0, -1), 0);
+    EXPECT_EQ(t.RemoveAt(6, 1), 0);
+    EXPECT_EQ(t.RemoveAt(-1, 1), 0);
+    EXPECT_EQ(t.RemoveAt(5, 3), 0);
+    EXPECT_EQ(t.RemoveAt(3, 10), 2);
+    EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "f", "a"}));
+    EXPECT_FALSE(t.IsExist(L"c"));
+    EXPECT_EQ(t.RemoveAt(1, 1), 1);
+    EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "a"}));
+
+    // Index setters, and the array's own bound check beyond the entries
+    t.SetCaptionAt(1, L"A!");
+    t.SetVisibleAt(1, false);
+    KrStyle s;
+    s.SetFillStyle(7);
+    t.SetStyleAt(1, s);
+    EXPECT_EQ(t.Find(L"a")->Caption, L"A!");
+    EXPECT_FALSE(t.IsVisibleAt(1));
+    EXPECT_EQ(t.GetStyleAt(1).GetFillStyle(), 7);
+    EXPECT_THROW(t.GetValueAt(2), std::out_of_range);
+    EXPECT_THROW(t.GetAt(-1), std::out_of_range);
+
+    t.SetExpression(L"NAME");
+    t.RemoveAll();
+    EXPECT_EQ(t.GetCount(), 0);
+    EXPECT_EQ(t.GetExpression(), L"NAME");
+    EXPECT_FALSE(t.IsValidValueCount(0));
+    EXPECT_TRUE(t.IsValidValueCount(1));
+}
+
+TEST(KrTheme3DUniqueTest, ExpressionSplitFieldNameAndFieldTypes)
+{
+    KrTheme3DUnique t;
+    EXPECT_EQ(t.GetFieldName(true), L"");
+    t.SetAliasSuffix(L"_7");
+    EXPECT_EQ(t.GetFieldName(false), L"Theme3DUnique_7");
+    t.SetExpression(L"NAME [#] TYPE");
+    EXPECT_EQ(t.GetFieldName(true), L"NAME [#] TYPE as Theme3DUnique_7");
+
+    const std::vector<std::pair<const wchar_t*, std::vector<std::string>>> cases = {
+        {L"NAME [#] TYPE", {"NAME", "TYPE"}}, {L"A [#] B[#]C", {"A", "B", "C"}}, {L"A[#][#]B", {"A", "[#]B"}},
+        {L"[#]A", {"[#]A"}}, {L"  X  ", {"X"}}, {L"", {}}, {L"   ", {}}, {L"A[#] [#]B", {"A", "B"}},
+    };
+    for (const auto& c : cases) {
+        t.SetExpression(c.first);
+        std::vector<std::string> got;
+        for (int i = 0; i < t.GetFieldExpressions().GetCount(); ++i) got.push_back(t.GetFieldExpressions()[i].ToUtf8());
+        EXPECT_EQ(got, c.second) << BsxUnicodeString(c.first).ToUtf8();
+    }
+
+    for (int type = -1; type <= 20; ++type) {
+        const bool expected = type == 1 || type == 2 || type == 3 || type == 4 || type == 6 || type == 7 || type == 10 || type == 16;
+        EXPECT_EQ(t.CheckFieldType(type), expected) << type;
+    }
+}
+
+TEST(KrTheme3DUniqueTest, TextAndNumericLookupsWithVisibility)
+{
+    OpenUnique t;
+    t.Add(L"Europe", Item(L"Europe", true, true));
+    t.Add(L"Hidden", Item(L"Hidden", false, true));
+    t.Add(L"2.5000", Item(L"two and a half", true, true));
+    t.Add(L"2.50", Item(L"later 2.5"));
+    t.Add(L"7", Item(L"seven"));
+    t.Add(L"3", Item(L"three hidden", false));
+    t.SetDefaultModellingStyleEnabled(false);
+
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString())), "default");
+    EXPECT_EQ(Answer(t, t.FindStyle(L"Europe")), "Europe");
+    EXPECT_EQ(Answer(t, t.FindStyle(L"Hidden")), "null");
+    EXPECT_EQ(Answer(t, t.FindStyle(L"Asia")), "default");
+
+    // Reals match numerically, the first key in display order winning; text matches exactly
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5))), "two and a half");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5f))), "two and a half");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5 + 5e-11))), "two and a half");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5 + 2e-10))), "default");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"2.5"))), "default");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"2.50"))), "later 2.5");
+    // Integers go by their text
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(7))), "seven");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(static_cast<long long>(7)))), "seven");
+    // An invisible item answers null by text but the default style for a real
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"3"))), "null");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(3.0))), "default");
+    for (double hostile : {std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -HUGE_VAL, 1e308})
+        EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(hostile))), "default") << hostile;
+    // A key that is no number counts as 0, so a real zero lands on the first such key
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(-0.0))), "Europe");
+
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(2.5)), t.Find(L"2.5000"));
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(3.0)), nullptr);
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(L"Hidden")), nullptr);
+    EXPECT_EQ(t.FindThemeItem(BsxVariant()), nullptr);
+    EXPECT_TRUE(t.IsModellingStyleEnabled(BsxVariant(L"Europe")));
+    EXPECT_FALSE(t.IsModellingStyleEnabled(BsxVariant(L"Hidden")));
+    EXPECT_TRUE(t.IsModellingStyleEnabled(BsxVariant(2.5)));
+    t.SetDefaultModellingStyleEnabled(true);
+    EXPECT_TRUE(t.IsModellingStyleEnabled(BsxVariant(L"Nowhere")));
+    EXPECT_FALSE(t.IsModellingStyleEnabled(BsxVariant(7.0)));
+
+    // Record sets are not classified
+    KrStyle s;
+    EXPECT_FALSE(t.FindStyle(static_cast<KrRecordset*>(nullptr), s));
+}
+
+TEST(KrTheme3DUniqueTest, ExternalValuesAndTheirLogRecords)
+{
+    OpenUnique t;
+    t.Add(L"Europe", Item(L"Europe"));
+    t.Add(L"EU", Item(L"EU"));
+    t.Add(L"4", Item(L"four"));
+    t.SetExternalValue(L"EU", L"Europe");
+    t.SetExternalValue(L"2", L"4");
+
+    // Mode 2: mapped on a hit, unchanged on a miss, as mode 0 is
+    t.SetExternalValueMode(2);
+    T3DTest::ClearLog();
+    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "Europe");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "four");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(4.0))), "four");
+    EXPECT_EQ(Answer(t, t.FindStyle(L"4")), "four");
+    t.SetExternalValueMode(0);
+    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "EU");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "default");
+    t.SetExternalValueMode(7);
+    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "EU");
+    EXPECT_TRUE(T3DTest::LogIds().empty());
+
+    // Mode 1: a miss is logged and answers the default style; the item lookup stays silent
+    t.SetExternalValueMode(1);
+    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "Europe");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "four");
+    EXPECT_TRUE(T3DTest::LogIds().empty());
+    EXPECT_EQ(Answer(t, t.FindStyle(L"Europe")), "default");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(4.0))), "default");
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"Europe"))), "default");
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(4.0)), nullptr);
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(L"Europe")), nullptr);
+    EXPECT_EQ(t.FindThemeItem(BsxVariant(L"EU")), t.Find(L"Europe"));
+    // An empty key is the default style before any mapping
+    EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString())), "default");
+    EXPECT_EQ(T3DTest::LogIds(), (std::vector<std::string>{"EGi067", "EGi069", "EGi067"}));
+    for (const KrLogRecord& r : KrLogFile::GetInstance(false)->GetRecords()) {
+        EXPECT_EQ(r.level, 400);
+        EXPECT_EQ(r.sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DUnique");
+        EXPECT_GT(r.line, 0);
+    }
+    T3DTest::ClearLog();
+}
+
+TEST(KrTheme3DUniqueTest, CopiesShareNoItem)
+{
+    auto source = std::make_unique<KrTheme3DUnique>();
+    source->SetExpression(L"A [#] B");
+    source->SetAliasSuffix(L"_s");
+    source->SetExternalValue(L"x", L"y");
+    source->SetDefaultModellingStyleEnabled(true);
+    KrStyle def;
+    def.SetLineStyle(3);
+    source->SetDefaultStyle(def);
+    source->Add(L"z", Item(L"Z"));
+    source->Add(L"1.5", Item(L"one and a half"));
+
+    KrTheme3DUnique copy(*source);
+    KrTheme3DUnique assigned;
+    assigned.Add(L"old", Item(L"old"));
+    assigned = *source;
+    for (const KrTheme3DUnique* t : {&copy, &assigned}) {
+        EXPECT_EQ(Keys(*t), (std::vector<std::string>{"z", "1.5"}));
+        EXPECT_FALSE(t->IsExist(L"old"));
+        EXPECT_NE(t->GetAt(0), source->GetAt(0));
+        EXPECT_EQ(t->GetFieldExpressions().GetCount(), 2);
+        EXPECT_EQ(t->GetAliasSuffix(), L"_s");
+        EXPECT_TRUE(t->GetDefaultModellingStyleEnabled());
+        EXPECT_EQ(t->GetDefaultStyle().GetLineStyle(), 3);
+    }
+    copy.SetCaptionAt(0, L"changed");
+    EXPECT_EQ(source->GetCaptionAt(0), L"Z");
+    assigned = assigned;
+    EXPECT_EQ(assigned.GetCount(), 2);
+    source.reset();
+    // The copies keep working items and a working numeric lookup
+    EXPECT_EQ(assigned.GetCaptionAt(0), L"Z");
+    EXPECT_EQ(Answer(assigned, assigned.FindStyle(BsxVariant(1.5))), "one and a half");
+    EXPECT_EQ(Answer(copy, copy.FindStyle(BsxVariant(1.5))), "one and a half");
+}
+
+TEST(KrTheme3DUniqueTest, NumericLookupAgreesWithTheWalkThroughEdits)
+{
+    // Keys written with different digits for near numbers, keys that are no number, keys that
+    // can never match; random edits in between, each followed by lookups compared with the walk
+    const std::vector<std::wstring> pool = {L"1",    L"1.0",   L"1.00000000001", L"0.99999999995", L"2.5", L"2.50",
+                                            L"-0",   L"0",     L"nan",           L"inf",           L"-inf", L"1e308",
+                                            L"abc",  L"3abc",  L"1e-11",         L"-1e-11",        L"7",   L"007",
+                                            L"0x10", L"16",    L" 5",            L"5",             L"",    L"1e-300"};
+    const std::vector<double> probes = {0, 1, 1 + 1e-11, 2.5, 7, 16, 5, -0.0, 1e308, 3, 1e-300, 0.99999999995,
+                                        std::numeric_limits<double>::quiet_NaN(), HUGE_VAL};
+    std::mt19937 random(12345);
+    KrTheme3DUnique t;
+    int serial = 0;
+    for (int step = 0; step < 3000; ++step) {
+        const std::wstring key = pool[random() % pool.size()];
+        const int count = t.GetCount();
+        const int index = count > 0 ? static_cast<int>(random() % static_cast<unsigned>(count)) : 0;
+        const std::wstring caption = L"c" + std::to_wstring(serial++);
+        switch (random() % 8) {
+        case 0: case 1: case 2: t.Add(key.c_str(), Item(caption.c_str(), random() % 4 != 0)); break;
+        case 3: case 4: t.InsertItem(static_cast<int>(random() % 8) - 2, key.c_str(), Item(caption.c_str())); break;
+        case 5: if (count > 0) t.SetValueAt(index, key.c_str()); break;
+        case 6: t.RemoveAt(index, static_cast<int>(random() % 4)); break;
+        default: if (count > 0) t.SetVisibleAt(index, !t.IsVisibleAt(index)); break;
+        }
+        if (step % 500 == 499) t = KrTheme3DUnique(t);
+        for (double d : probes) ASSERT_EQ(Answer(t, t.FindStyle(BsxVariant(d))), Walk(t, d)) << "step " << step << " d " << d;
+        for (int i = 0; i < t.GetCount(); ++i) {
+            const double d = t.GetValueAt(i).ToDouble();
+            ASSERT_EQ(Answer(t, t.FindStyle(BsxVariant(d))), Walk(t, d)) << "step " << step;
+        }
+    }
+}
