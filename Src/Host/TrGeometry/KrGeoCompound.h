@@ -1,0 +1,32 @@
+#pragma once
+// A geometry made of other geometries, drawn together.
+#include <vector>
+
+#include "KrGeometry.h"
+
+namespace KRN {
+
+class KrGeoCompound : public KrGeometry {
+public:
+    KrGeoCompound();
+    ~KrGeoCompound() override;
+    KrGeoCompound(const KrGeoCompound&) = delete;
+    KrGeoCompound& operator=(const KrGeoCompound&) = delete;
+
+    // Appends a part; with owned true the compound deletes it with itself. Null is ignored.
+    void AddCompound(KrGeometry* part, bool owned);
+    int GetCount() const { return static_cast<int>(m_parts.size()); }
+    // The part at index, null outside [0, GetCount())
+    KrGeometry* GetAt(int index) const;
+    // Moves the compound and every part with it
+    void Offset(double dx, double dy) override;
+
+private:
+    struct Part {
+        KrGeometry* geometry;
+        bool owned;
+    };
+    std::vector<Part> m_parts;
+};
+
+} // namespace KRN

@@ -1,0 +1,293 @@
+// Chart geometry of the graph theme: sums and default sizes for a layer, and the solids and
+// texts of one feature's chart.
+#include <cmath>
+#include <memory>
+
+#include "KrGeoCompound.h"
+#include "KrGeoCylinder.h"
+#include "KrGeoPieCylinder.h"
+#include "KrGeoText3D.h"
+#include "KrGeometryManager.h"
+#include "KrSubText3D.h"
+#include "KrTheme3DGraph.h"
+
+namespace KRN {
+
+using BSX::BsxPoint3D;
+using BSX::BsxUnicodeString;
+
+namespace {
+const double kNearZero = 1e-10;
+const double kReplacement = 0.001;
+const double kDegToRad = 0.017453292519943295;
+const double kEarthRadius = 6378137.0;
+const double kEarthCircumference = 40075016.68557849;
+const double kGlobeSquareDegrees = 64800.0;
+const double kBarWidthDivisor = 50.0;
+const double kHeightDivisor = 10.0;
+const double kSqrt2 = 1.4142135623730951;
+const double kPieGap = 2.0;
+const double kSmallestSlice = 1.0;
+const double kPieRadiusFactor = 0.25;
+
+bool IsZero(double x) { return -kNearZero < x && x < kNearZero; }
+
+// Metres along a parallel or meridian to degrees, at the equator's scale
+double MetresToDegrees(double metres) { return metres * 360.0 / kEarthCircumference; }
+
+// "%.Nf" text with trailing zeros, then trailing points, removed
+BsxUnicodeString TrimNumber(BsxUnicodeString text)
+{
+    text.TrimRight(L'0');
+    text.TrimRight(L'.');
+    return text;
+}
+
+std::unique_ptr<KrGeoCompound> NewCompound()
+{
+    KrGeometry* geometry = KrGeometryManager::CreateGeometry(KrGeometry::GEO_COMPOUND);
+    // A factory that answers another kind than asked for is treated as giving nothing
+    if (geometry && geometry->GetType() != KrGeometry::GEO_COMPOUND) {
+        delete geometry;
+        geometry = nullptr;
+    }
+    return std::unique_ptr<KrGeoCompound>(static_cast<KrGeoCompound*>(geometry));
+}
+
+template <class Solid>
+std::unique_ptr<Solid> NewSolid(int kind)
+{
+    KrGeometry* geometry = KrGeometryManager::CreateGeometry(kind);
+    if (geometry && geometry->GetType() != kind) {
+        delete geometry;
+        geometry = nullptr;
+    }
+    return std::unique_ptr<Solid>(static_cast<Solid*>(geometry));
+}
+
+// Whether item i takes part: a value that is not positive (NaN included) is replaced in the
+// caller's array and draws nothing
+bool TakeValue(double* values, unsigned int i, double replacement)
+{
+    if (values[i] > 0.0) return true;
+    values[i] = replacement;
+    return false;
+}
+} // namespace
+
+bool KrTheme3DGraph::CalExtremumvValue(const double& minSum, const double& maxSum, const BSX::BsxRect2D& bounds,
+                                       const int& count, bool absolute)
+{
+    m_minSum = minSum;
+    m_maxSum = maxSum;
+    if (count >= 1 && m_graph.GetCount() >= 1) {
+        for (int i = 0; i < m_graph.GetCount(); ++i) {
+            const Kr3DGraphItem& item = m_graph.GetItem(i);
+            if (item.Type != Kr3DGraphItem::ArrayItem) continue;
+            double lo = 0.0;
+            double hi = 0.0;
+            for (int k = 0; k < item.ArrayValues.GetSize(); ++k) {
+                const double value = absolute ? std::fabs(item.ArrayValues[k]) : item.ArrayValues[k];
+                if (k == 0 || value < lo) lo = value;
+                if (k == 0 || value > hi) hi = value;
+            }
+            m_minSum += lo;
+            m_maxSum += hi;
+        }
+    }
+    if (m_minSum < 0.0) m_minSum = 0.0;
+    if (m_maxSum < 0.0) m_maxSum = 0.0;
+    m_sqrtMaxSum = std::sqrt(m_maxSum);
+    m_sqrtMinSum = std::sqrt(m_minSum);
+    m_logMaxSum = std::log(m_maxSum);
+    m_logMinSum = std::log(m_minSum);
+
+    // The side of the layer's extent as a fraction of the globe's
+    const double f = std::sqrt(bounds.Width() * bounds.Height() / kGlobeSquareDegrees);
+    if (IsZero(m_barWidth)) m_barWidth = f * kEarthRadius / kBarWidthDivisor;
+    if (IsZero(m_maxSize.cy) && IsZero(m_minSize.cy)) {
+        const double height = f * kEarthRadius / kHeightDivisor;
+        m_maxSize = BSX::BsxSize2D(height * kSqrt2, height);
+        // A maximum sum of 0 makes this 0/0: the minimum size is then not a number, which the
+        // host's solids receive as they are
+        const double ratio = std::sqrt(m_minSum / m_maxSum);
+        m_minSize = BSX::BsxSize2D(ratio * height * kSqrt2, ratio * height);
+    }
+    SetModifiedFlag(true);
+    return true;
+}
+
+KrGeometry* KrTheme3DGraph::ConvertToGeometry(double* values, unsigned int count, const BsxPoint3D& position)
+{
+    // No array means no values, however many the caller claims
+    if (!values) count = 0;
+    double total = 0.0;
+    for (unsigned int i = 0; i < count; ++i) total += values[i];
+    if (IsZero(total)) total += kReplacement;
+
+    m_barSpacingDegrees = (2.0 * m_barWidth) / (std::cos(position.y * kDegToRad) * kEarthCircumference) * 360.0;
+
+    double top = m_sqrtMaxSum;
+    double bottom = m_sqrtMinSum;
+    double scaled = std::sqrt(total);
+    if (m_graduatedMode == GraduatedConstant) {
+        top = m_maxSum;
+        bottom = m_minSum;
+        scaled = total;
+    } else if (m_graduatedMode == GraduatedLogarithm) {
+        top = m_logMaxSum;
+        bottom = m_logMinSum;
+        scaled = std::log(total);
+    }
+
+    switch (m_graph.GetGraphType()) {
+    case GraphBar: return BarToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
+    case GraphPie: return PieCylinderToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
+    case GraphStackedBar:
+        return StackedBarToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
+    default: return nullptr;
+    }
+}
+
+double KrTheme3DGraph::InterpolatedSize(double top, double bottom, double scaled) const
+{
+    double range = top - bottom;
+    if (IsZero(range)) range = IsZero(top) ? 1.0 : top;
+    const double maxH = m_maxSize.cy;
+    const double minH = m_minSize.cy;
+    return maxH - (maxH - minH) * (top - scaled) / range;
+}
+
+void KrTheme3DGraph::AddItemText(KrGeoCompound& compound, double value, int index, double total,
+                                 const BsxPoint3D& point)
+{
+    BsxUnicodeString text = GetItemString(value, index, total);
+    if (!text.IsEmpty()) text.TrimRight(L'.');
+    KrSubText3D line;
+    line.SetText(text);
+    auto geometry = std::make_unique<KrGeoText3D>();
+    geometry->Make(m_itemTextStyle, &point, &line, 1);
+    compound.AddCompound(geometry.release(), true);
+}
+
+KrGeometry* KrTheme3DGraph::BarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                          const double& top, const double& bottom, const double& total,
+                                          const double& scaled, const double& replacement)
+{
+    std::unique_ptr<KrGeoCompound> compound = NewCompound();
+    if (!compound) return nullptr;
+    const double size = InterpolatedSize(top, bottom, scaled);
+    const double spacing = m_barSpacingDegrees;
+    // Centres the row of bars on the position
+    const double shift = count == 0 ? 0.0 : (count - 1) * spacing * 0.5;
+    const double radius = m_barWidth * 0.5;
+    for (unsigned int i = 0; i < count; ++i) {
+        if (!TakeValue(values, i, replacement)) continue;
+        const double height = values[i] / total * size;
+        if (IsZero(height)) return nullptr;
+        const double x = position.x + i * spacing;
+        if (auto cylinder = NewSolid<KrGeoCylinder>(KrGeometry::GEO_CYLINDER)) {
+            cylinder->Make(BsxPoint3D(x, position.y, position.z), radius, radius, height);
+            cylinder->SetStyle(&m_update.GetStyleAt(static_cast<int>(i)));
+            cylinder->Offset(-shift, 0.0);
+            compound->AddCompound(cylinder.release(), true);
+        }
+        // The text belongs to the value, so it stands even where the host gave no solid
+        if (m_showItemText)
+            AddItemText(*compound, values[i], static_cast<int>(i), total,
+                        BsxPoint3D(x - shift, position.y, position.z + height));
+    }
+    return compound.release();
+}
+
+KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                                 const double& top, const double& bottom, const double& total,
+                                                 const double& scaled, const double& replacement)
+{
+    std::unique_ptr<KrGeoCompound> compound = NewCompound();
+    if (!compound) return nullptr;
+    const double size = InterpolatedSize(top, bottom, scaled);
+    const double radius = m_barWidth * 0.5;
+    double base = 0.0;
+    for (unsigned int i = 0; i < count; ++i) {
+        if (!TakeValue(values, i, replacement)) continue;
+        const double height = values[i] / total * size;
+        if (IsZero(height)) return nullptr;
+        if (auto cylinder = NewSolid<KrGeoCylinder>(KrGeometry::GEO_CYLINDER)) {
+            cylinder->Make(BsxPoint3D(position.x, position.y, position.z + base), radius, radius, height);
+            const KrStyle& itemStyle = m_update.GetStyleAt(static_cast<int>(i));
+            if (i == 0) {
+                cylinder->SetStyle(&itemStyle);
+            } else {
+                // Upper segments stand on the one below, not on the ground
+                KrStyle style(itemStyle);
+                style.SetAltitudeMode(ALTITUDE_RELATIVE_TO_GROUND);
+                cylinder->SetStyle(&style);
+            }
+            compound->AddCompound(cylinder.release(), true);
+        }
+        base += height;
+        if (m_showItemText)
+            AddItemText(*compound, values[i], static_cast<int>(i), total,
+                        BsxPoint3D(position.x, position.y, position.z + base - height + height * 0.5));
+    }
+    return compound.release();
+}
+
+KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                                  const double& top, const double& bottom, const double& total,
+                                                  const double& scaled, const double& replacement)
+{
+    std::unique_ptr<KrGeoCompound> compound = NewCompound();
+    if (!compound) return nullptr;
+    const double radius = InterpolatedSize(top, bottom, scaled) * kPieRadiusFactor;
+    const double sliceHeight = radius * 0.5;
+    double before = 0.0; // sum of the values ahead of item i, as the array then stands
+    for (unsigned int i = 0; i < count; before += values[i], ++i) {
+        if (!TakeValue(values, i, replacement)) continue;
+        double sweep = values[i] / total * 360.0;
+        if (count > 1) sweep -= kPieGap;
+        if (sweep < kSmallestSlice) continue;
+        const double start = m_startAngle + before / total * 360.0;
+        const double end = start + sweep;
+        if (auto pie = NewSolid<KrGeoPieCylinder>(KrGeometry::GEO_PIECYLINDER)) {
+            pie->Make(position, radius, radius, sweep, start, end, sliceHeight);
+            pie->SetStyle(&m_update.GetStyleAt(static_cast<int>(i)));
+            compound->AddCompound(pie.release(), true);
+        }
+        if (m_showItemText) {
+            // On the rim at the middle of the slice, level with the slice's top face like the
+            // texts on bars
+            const double rim = MetresToDegrees(radius);
+            const double middle = (start + sweep * 0.5) * kDegToRad;
+            AddItemText(*compound, values[i], static_cast<int>(i), total,
+                        BsxPoint3D(position.x + std::cos(middle) * rim, position.y + std::sin(middle) * rim,
+                                   position.z + sliceHeight));
+        }
+    }
+    return compound.release();
+}
+
+BsxUnicodeString KrTheme3DGraph::GetItemString(const double& value, const int& index, const double& total)
+{
+    BsxUnicodeString text;
+    switch (m_itemTextFormat) {
+    case TextValue:
+        text.Format(L"%.5f", value);
+        return TrimNumber(text);
+    case TextCaption: return m_graph.GetCaptionAt(index);
+    case TextCaptionPercent:
+        if (IsZero(total)) return text;
+        text.Format(L"%s %.1f%%", m_graph.GetCaptionAt(index).Cstr(), value / total * 100.0);
+        return text;
+    case TextCaptionValue:
+        text.Format(L"%s %.5f", m_graph.GetCaptionAt(index).Cstr(), value);
+        return TrimNumber(text);
+    default:
+        if (IsZero(total)) return text;
+        text.Format(L"%.1f%%", value / total * 100.0);
+        return text;
+    }
+}
+
+} // namespace KRN
