@@ -1,0 +1,160 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "KrMarkup.h"
+#include "KrTheme3DItem.h"
+#include "KrTheme3DStyle.h"
+#include "KrThemeXml.h"
+#include "TestSupport.h"
+
+using namespace BSX;
+using namespace KRN;
+
+namespace {
+// A theme whose type slot the reading envelope can be pointed at
+class TypedTheme : public KrTheme3DStyle {
+public:
+    explicit TypedTheme(KrTheme3DType type) { m_type = type; }
+    KrTheme3DType& TypeSlot() { return m_type; }
+};
+} // namespace
+
+TEST(ThemeXmlConventionsTest, RealsVersionsAndBooleans)
+{
+    EXPECT_EQ(ThemeXml::Real(0.1), L"0.1");
+    EXPECT_EQ(ThemeXml::Real(3), L"3");
+    EXPECT_EQ(ThemeXml::Real(0), L"0");
+    EXPECT_EQ(ThemeXml::Real(2.5), L"2.5");
+    EXPECT_EQ(ThemeXml::Real(10), L"10");
+    EXPECT_EQ(ThemeXml::Real(1e-20), L"0");
+    EXPECT_EQ(ThemeXml::Real(-1e-20), L"0");
+    EXPECT_EQ(ThemeXml::Real(-0.25), L"-0.25");
+    EXPECT_EQ(ThemeXml::Real(1.0 / 3), L"0.333333333333333");
+    EXPECT_EQ(ThemeXml::Real(std::numeric_limits<double>::quiet_NaN()), L"0");
+    EXPECT_EQ(ThemeXml::Real(1e300).GetLength(), 301);
+
+    EXPECT_EQ(ThemeXml::NormaliseVersion(0), 20090106);
+    EXPECT_EQ(ThemeXml::NormaliseVersion(20120328), 20120328);
+    EXPECT_EQ(ThemeXml::NormaliseVersion(12345), 12345);
+    for (int v : {20090106, 20120328}) EXPECT_TRUE(ThemeXml::IsSupportedVersion(v)) << v;
+    for (int v : {12345, 20031211, 20050101, -1}) EXPECT_FALSE(ThemeXml::IsSupportedVersion(v)) << v;
+
+    for (const wchar_t* f : {L"FALSE", L"false", L"FaLsE"}) EXPECT_FALSE(ThemeXml::ReadFalseIsFalse(f));
+    for (const wchar_t* t : {L"", L"no", L"0", L" FALSE", L"TRUE"}) EXPECT_TRUE(ThemeXml::ReadFalseIsFalse(t));
+    for (const wchar_t* t : {L"TRUE", L"true", L"True"}) EXPECT_TRUE(ThemeXml::ReadTrueIsTrue(t));
+    for (const wchar_t* f : {L"", L"yes", L"1", L"TRUE "}) EXPECT_FALSE(ThemeXml::ReadTrueIsTrue(f));
+    bool member = true;
+    ThemeXml::ReadBoolStrict(L"false", member);
+    EXPECT_FALSE(member);
+    ThemeXml::ReadBoolStrict(L"maybe", member);
+    EXPECT_FALSE(member);
+    ThemeXml::ReadBoolStrict(L"True", member);
+    EXPECT_TRUE(member);
+    ThemeXml::ReadBoolStrict(L"", member);
+    EXPECT_TRUE(member);
+}
+
+TEST(ThemeXmlConventionsTest, IconNamesRelativeOnWritingAbsoluteOnReading)
+{
+    EXPECT_EQ(ThemeXml::RelativeIconName(L"/d/icons/a.png", L"/d"), L"icons/a.png");
+    EXPECT_EQ(ThemeXml::RelativeIconName(L"/d/a.png", L"/d"), L"a.png");
+    EXPECT_EQ(ThemeXml::RelativeIconName(L"", L"/d"), L"");
+    EXPECT_EQ(ThemeXml::AbsoluteIconName(L"icons/a.png", L"/d"), L"/d/icons/a.png");
+    EXPECT_EQ(ThemeXml::AbsoluteIconName(L"", L"/d"), L"");
+
+    KrStyle style;
+    style.SetIconName(L"/d/icons/a.png");
+    style.SetLineWidth(3.5);
+    const BsxUnicodeString dir(L"/d");
+    KrMarkup out;
+    out.AddElem(L"root");
+    ThemeXml::AddStyle(out, style, 0, nullptr, &dir);
+    ThemeXml::AddStyle(out, style, 0, L"tdx:Named");
+    // Writing leaves the style alone
+    EXPECT_EQ(style.GetIconName(), L"/d/icons/a.png");
+
+    KrMarkup in(out.GetDoc().Cstr());
+    KrStyle plain, absolute;
+    ASSERT_TRUE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, plain, 0));
+    EXPECT_EQ(plain.GetIconName(), L"icons/a.png");
+    in.ResetChildPos();
+    const BsxUnicodeString other(L"/e");
+    ASSERT_TRUE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, absolute, 0, &other));
+    EXPECT_EQ(absolute.GetIconName(), L"/e/icons/a.png");
+    EXPECT_EQ(absolute.GetLineWidth(), 3.5);
+    KrStyle named;
+    ASSERT_TRUE(ThemeXml::ReadStyle(in, L"tdx:Named", named, 0));
+    EXPECT_EQ(named, style);
+    EXPECT_FALSE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, named, 0));
+}
+
+TEST(ThemeXmlConventionsTest, ReadingEnvelopeKeepsTheKindsTypeCode)
+{
+    TypedTheme writer(KrTheme3D::Theme3DRange);
+    const BsxUnicodeString range = writer.KrTheme3D::ToXML(0, L"");
+
+    TypedTheme reader(KrTheme3D::Theme3DUnique);
+    int version = 0;
+    EXPECT_EQ(ThemeXml::BeginRead(reader, reader.TypeSlot(), KrTheme3D::Theme3DUnique, range, version),
+              ThemeXml::ReadStatus::ForeignType);
+    EXPECT_EQ(version, 20090106);
+    EXPECT_EQ(reader.GetType(), KrTheme3D::Theme3DUnique);
+    version = 12345;
+    EXPECT_EQ(ThemeXml::BeginRead(reader, reader.TypeSlot(), KrTheme3D::Theme3DUnique, range, version),
+              ThemeXml::ReadStatus::Unsupported);
+    version = 0;
+    EXPECT_EQ(ThemeXml::BeginRead(reader, reader.TypeSlot(), KrTheme3D::Theme3DUnique, L"", version),
+              ThemeXml::ReadStatus::Empty);
+    EXPECT_EQ(ThemeXml::BeginRead(reader, reader.TypeSlot(), KrTheme3D::Theme3DUnique, L"<tdx:Theme3D>", version),
+              ThemeXml::ReadStatus::BaseFailed);
+    EXPECT_EQ(ThemeXml::BeginRead(reader, reader.TypeSlot(), KrTheme3D::Theme3DRange, range, version),
+              ThemeXml::ReadStatus::Read);
+    EXPECT_EQ(reader.GetType(), KrTheme3D::Theme3DRange);
+
+    // The writing envelope refuses unsupported versions and opens the root otherwise
+    KrMarkup m;
+    BsxUnicodeString result = L"stale";
+    version = 12345;
+    EXPECT_FALSE(ThemeXml::BeginWrite(writer, version, m, result));
+    EXPECT_EQ(result, L"");
+    version = 0;
+    ASSERT_TRUE(ThemeXml::BeginWrite(writer, version, m, result));
+    ThemeXml::AddReal(m, L"tdx:Half", 0.5);
+    KrMarkup back(m.GetDoc().Cstr());
+    ASSERT_TRUE(back.FindChildElem(L"tdx:Half"));
+    EXPECT_EQ(back.GetChildData(), L"0.5");
+}
+
+TEST(KrTheme3DItemTest, CopiesShareNothing)
+{
+    KrTheme3DItem fresh;
+    EXPECT_TRUE(fresh.Visible);
+    EXPECT_TRUE(fresh.Caption.IsEmpty());
+    EXPECT_FALSE(fresh.ModellingStyleEnabled);
+
+    KrTheme3DItem source;
+    source.Visible = false;
+    source.Caption = L"caption";
+    source.Style.SetIconName(L"/i.png");
+    source.TextStyle.SetSize(17);
+    source.ModellingStyleEnabled = true;
+    KrTheme3DItem copy(source);
+    KrTheme3DItem assigned;
+    assigned = source;
+    for (const KrTheme3DItem* c : {&copy, &assigned}) {
+        EXPECT_EQ(c->Visible, source.Visible);
+        EXPECT_EQ(c->Caption, source.Caption);
+        EXPECT_EQ(c->Style, source.Style);
+        EXPECT_EQ(c->TextStyle, source.TextStyle);
+        EXPECT_EQ(c->ModellingStyleEnabled, source.ModellingStyleEnabled);
+    }
+    copy.Style.SetIconName(L"/other.png");
+    copy.Caption += L"!";
+    EXPECT_EQ(source.Style.GetIconName(), L"/i.png");
+    EXPECT_EQ(source.Caption, L"caption");
+    assigned = assigned;
+    EXPECT_EQ(assigned.Caption, L"caption");
+    EXPECT_EQ(assigned.Style, source.Style);
+}
