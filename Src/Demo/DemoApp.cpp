@@ -1,0 +1,249 @@
+#include "DemoApp.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <sys/stat.h>
+
+#include "BsxArray.h"
+#include "DemoDrawer.h"
+#include "DemoGlbWriter.h"
+#include "DemoJson.h"
+#include "DemoLayerReader.h"
+#include "DemoPlugin.h"
+#include "DemoProgress.h"
+#include "DemoScene.h"
+#include "KrTextStyle.h"
+
+namespace KRN {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Ms(Clock::time_point since) { return std::chrono::duration<double, std::milli>(Clock::now() - since).count(); }
+
+bool WriteText(const std::string& path, const std::string& text, std::string& error)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (out) out << text;
+    if (!out) {
+        error = "cannot write '" + path + "'";
+        return false;
+    }
+    return true;
+}
+
+bool MakeDirectory(const std::string& dir, std::string& error)
+{
+    std::string partial;
+    for (size_t i = 0; i <= dir.size(); ++i) {
+        if (i == dir.size() || (dir[i] == '/' && i > 0)) {
+            partial = dir.substr(0, i);
+            if (mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
+                error = "cannot create the folder '" + partial + "'";
+                return false;
+            }
+        }
+    }
+    struct stat st {};
+    if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        error = "'" + dir + "' is not a folder";
+        return false;
+    }
+    return true;
+}
+
+void Colour(DemoJson& j, const KrColorValue3D& c)
+{
+    const auto rgba = DemoScene::ToRgba(c);
+    char hex[16];
+    std::snprintf(hex, sizeof hex, "#%02x%02x%02x", rgba[0], rgba[1], rgba[2]);
+    j.Key("colour").BeginArray().Number(c.r).Number(c.g).Number(c.b).Number(c.a).EndArray();
+    j.Key("hex").String(hex);
+}
+
+std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDrawer& drawer, size_t features,
+                       size_t drawn)
+{
+    DemoJson j;
+    j.BeginObject().Key("name").String(run.name).Key("kind").String(DemoThemeBuilder::KindName(theme.GetType()));
+    j.Key("type").Integer(theme.GetType()).Key("expression").String(theme.GetExpression().ToUtf8());
+    j.Key("queryFields").BeginArray();
+    for (const auto& q : drawer.GetQueryFields()) j.String(q);
+    j.EndArray().Key("features").Integer(static_cast<long long>(features));
+    j.Key("drawn").Integer(static_cast<long long>(drawn)).Key("classes").Integer(drawer.GetClassCount());
+    j.Key("entries").BeginArray();
+    for (const DemoLegendEntry& e : drawer.GetLegend()) {
+        j.BeginObject().Key("caption").String(e.caption).Key("role").String(e.role);
+        if (!e.value.empty()) j.Key("value").String(e.value);
+        if (e.hasLow) j.Key("low").Number(e.low);
+        if (e.hasHigh) j.Key("high").Number(e.high);
+        Colour(j, e.colour);
+        j.Key("count").Integer(static_cast<long long>(e.count)).EndObject();
+    }
+    j.EndArray().EndObject();
+    return j.Text() + "\n";
+}
+
+struct RunTimes {
+    double build = 0.0, draw = 0.0, write = 0.0;
+};
+
+} // namespace
+
+namespace {
+
+int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& layer, KrTheme3DFactory& factory,
+           RunTimes& times)
+{
+    std::string error;
+    auto started = Clock::now();
+    std::unique_ptr<KrTheme3D> theme;
+    const DemoThemeCreator create = [&factory](int kind) { return factory.NewTheme3D(kind); };
+    if (!DemoThemeBuilder::Build(run.request, layer, create, theme, error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 2;
+    }
+    const std::string name = run.name.empty() ? DemoThemeBuilder::KindName(theme->GetType()) : run.name;
+    times.build = Ms(started);
+
+    started = Clock::now();
+    DemoDrawer drawer(*theme, layer);
+    if (!drawer.Prepare(error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 2;
+    }
+    DemoScene scene;
+    scene.SetHeightScale(run.heightScale);
+    const int idField = options.idField.empty() ? -1 : layer.FindField(options.idField);
+    const BSX::BsxUnicodeString idName = BSX::BsxUnicodeString::FromUtf8(options.idField);
+    DemoJson labels, perFeature;
+    labels.BeginObject().Key("name").String(name);
+    if (KrTextStyle* ts = theme->GetType() == KrTheme3D::Theme3DLabel ? theme->GetTextStyle() : nullptr) {
+        labels.Key("textStyle").BeginObject().Key("face").String(ts->GetFaceName().ToUtf8());
+        labels.Key("size").Number(ts->GetSize()).Key("halo").Bool(ts->IsHalo());
+        const BSX::BsxColor c = ts->GetForeColor();
+        Colour(labels, KrColorValue3D(BSXREDVAL(c) / 255.0, BSXGREENVAL(c) / 255.0, BSXBLUEVAL(c) / 255.0,
+                                      BSXALPHAVAL(c) / 255.0));
+        labels.EndObject();
+    }
+    labels.Key("labels").BeginArray();
+    perFeature.BeginObject().Key("name").String(name).Key("features").BeginArray();
+    size_t drawn = 0, charts = 0, labelled = 0;
+    DemoDrawnFeature out;
+    {
+        DemoProgress progress(name, layer.features.size(), options.progress);
+        for (size_t i = 0; i < layer.features.size(); ++i) {
+            const DemoFeature& f = layer.features[i];
+            drawer.Draw(i, out);
+            if (out.drawn && out.style) {
+                scene.AddFeature(f, *out.style);
+                ++drawn;
+            }
+            if (out.chart) {
+                scene.AddChart(*out.chart);
+                ++charts;
+            }
+            if (!out.label.IsEmpty() && f.hasAnchor) {
+                const BSX::BsxPoint3D e = DemoScene::ToEcef(f.anchor.x, f.anchor.y, 0.0);
+                labels.BeginObject().Key("text").String(out.label.ToUtf8()).Key("lon").Number(f.anchor.x);
+                labels.Key("lat").Number(f.anchor.y).Key("height").Number(0.0);
+                labels.Key("ecef").BeginArray().Number(e.x).Number(e.y).Number(e.z).EndArray().EndObject();
+                ++labelled;
+            }
+            perFeature.BeginObject().Key("index").Integer(static_cast<long long>(i));
+            if (idField >= 0) {
+                BSX::BsxVariant v;
+                f.feature->GetValue(idName, v);
+                perFeature.Key("id").String(v.ToString().ToUtf8());
+            }
+            perFeature.Key("drawn").Bool(out.drawn).Key("entry").Integer(out.legendEntry);
+            if (out.legendEntry >= 0)
+                perFeature.Key("caption").String(drawer.GetLegend()[static_cast<size_t>(out.legendEntry)].caption);
+            if (!out.label.IsEmpty()) perFeature.Key("label").String(out.label.ToUtf8());
+            perFeature.EndObject();
+            progress.Update(i + 1);
+        }
+    }
+    labels.EndArray().EndObject();
+    perFeature.EndArray().EndObject();
+    times.draw = Ms(started);
+
+    started = Clock::now();
+    const std::string base = options.outDir + "/" + name;
+    const BSX::BsxUnicodeString xml = theme->ToXML(DemoThemeBuilder::kXmlVersion, BSX::BsxUnicodeString::FromUtf8(options.outDir));
+    bool ok = DemoGlbWriter::Write(scene, base + ".glb", error) &&
+              WriteText(base + ".theme.xml", xml.ToUtf8() + "\n", error) &&
+              WriteText(base + ".legend.json", LegendJson(run, *theme, drawer, layer.features.size(), drawn), error) &&
+              WriteText(base + ".features.json", perFeature.Text() + "\n", error);
+    if (ok && theme->GetType() == KrTheme3D::Theme3DLabel) ok = WriteText(base + ".labels.json", labels.Text() + "\n", error);
+    times.write = Ms(started);
+    if (!ok) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 3;
+    }
+    std::printf("%-8s %-7s %6zu features, %5zu drawn, %4d classes, %5zu labels, %5zu charts, %7zu triangles;"
+                " build %.1f ms, draw %.1f ms, write %.1f ms\n",
+                name.c_str(), DemoThemeBuilder::KindName(theme->GetType()), layer.features.size(), drawn,
+                drawer.GetClassCount(), labelled, charts, scene.GetTriangleCount(), times.build, times.draw,
+                times.write);
+    std::printf("         query fields:");
+    for (const auto& q : drawer.GetQueryFields()) std::printf(" %s", q.c_str());
+    std::printf("\n         files: %s.glb .theme.xml .legend.json .features.json%s\n", base.c_str(),
+                theme->GetType() == KrTheme3D::Theme3DLabel ? " .labels.json" : "");
+    return 0;
+}
+
+} // namespace
+
+int DemoApp::Run(const DemoOptions& options)
+{
+    std::string error;
+    DemoPlugin plugin;
+    if (!plugin.Load(options.pluginPath, error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 2;
+    }
+    KrTheme3DFactory& factory = *plugin.GetFactory();
+    BSX::BsxArray<int> kinds;
+    factory.GetSupportTheme3DType(kinds);
+    std::printf("plug-in %s: \"%s\", kinds", options.pluginPath.c_str(), factory.GetName().ToUtf8().c_str());
+    for (int k : kinds) std::printf(" %d (%s)", k, DemoThemeBuilder::KindName(k));
+    std::printf("\n");
+
+    auto started = Clock::now();
+    DemoLayer layer;
+    if (!DemoLayerReader::Read(options.dataPath, options.layerName, layer, error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 2;
+    }
+    const double readMs = Ms(started);
+    std::printf("layer %s: %zu features, %zu fields, read in %.1f ms\n", layer.name.c_str(), layer.features.size(),
+                layer.fields.size(), readMs);
+    if (options.idFieldGiven && layer.FindField(options.idField) < 0) {
+        std::fprintf(stderr, "t3d_demo: the layer '%s' has no field '%s'\n", layer.name.c_str(), options.idField.c_str());
+        return 2;
+    }
+    if (!MakeDirectory(options.outDir, error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 3;
+    }
+    DemoOptions effective = options;
+    if (!effective.idFieldGiven && layer.FindField("name") >= 0) effective.idField = "name";
+    int status = 0;
+    RunTimes total;
+    for (const DemoRun& run : options.runs) {
+        RunTimes times;
+        const int result = RunOne(effective, run, layer, factory, times);
+        if (result != 0) return result;
+        total.build += times.build, total.draw += times.draw, total.write += times.write;
+    }
+    std::printf("summary: %zu themes on %zu features; read %.1f ms, build %.1f ms, draw %.1f ms, write %.1f ms\n",
+                options.runs.size(), layer.features.size(), readMs, total.build, total.draw, total.write);
+    return status;
+}
+
+} // namespace KRN

@@ -1,0 +1,324 @@
+#include "DemoDrawer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "BsxArray.h"
+#include "BsxColor.h"
+#include "BsxVariant.h"
+#include "DemoThemeBuilder.h"
+#include "KrTheme3DCustom.h"
+#include "KrTheme3DGraph.h"
+#include "KrTheme3DItem.h"
+#include "KrTheme3DLabel.h"
+#include "KrTheme3DRange.h"
+#include "KrTheme3DUnique.h"
+
+namespace KRN {
+
+namespace {
+
+// The part of a query definition before " as ", which is what the feature is asked for
+BSX::BsxUnicodeString QueryExpression(const BSX::BsxUnicodeString& query)
+{
+    const std::wstring& text = query.Str();
+    const size_t at = text.rfind(L" as ");
+    if (at == std::wstring::npos) return query;
+    BSX::BsxUnicodeString expression(text.substr(0, at));
+    expression.TrimLeft();
+    expression.TrimRight();
+    return expression;
+}
+
+// The number after the alias of a chart query field ("POP as ThemeGraph3" -> 3), 0 when none
+int QueryNumber(const BSX::BsxUnicodeString& query)
+{
+    const std::wstring& text = query.Str();
+    size_t end = text.size();
+    size_t start = end;
+    while (start > 0 && text[start - 1] >= L'0' && text[start - 1] <= L'9') --start;
+    if (start == end || end - start > 6) return 0;
+    return static_cast<int>(std::wcstol(text.c_str() + start, nullptr, 10));
+}
+
+KrColorValue3D Colour(BSX::BsxColor c)
+{
+    return KrColorValue3D(BSXREDVAL(c) / 255.0, BSXGREENVAL(c) / 255.0, BSXBLUEVAL(c) / 255.0, BSXALPHAVAL(c) / 255.0);
+}
+
+} // namespace
+
+DemoDrawer::DemoDrawer(KrTheme3D& theme, const DemoLayer& layer) : m_theme(theme), m_layer(layer)
+{
+    m_kind = theme.GetType();
+    // Features that no style-giving theme colours are drawn in a quiet grey
+    m_neutral.SetFillColor(KrColorValue3D(0.78, 0.78, 0.76, 1.0));
+    m_neutral.SetPointColor(KrColorValue3D(0.78, 0.78, 0.76, 1.0));
+    m_neutral.SetLineColor3D(KrColorValue3D(0.35, 0.35, 0.35, 1.0));
+}
+
+bool DemoDrawer::CheckQueryField(const BSX::BsxUnicodeString& query, std::string& error)
+{
+    const BSX::BsxUnicodeString expression = QueryExpression(query);
+    if (expression.IsEmpty()) return true;
+    m_queryFields.push_back(expression.ToUtf8());
+    if (m_layer.FindField(expression.ToUtf8()) >= 0) return true;
+    // A number literal needs no field
+    wchar_t* end = nullptr;
+    std::wcstod(expression.Cstr(), &end);
+    if (end != expression.Cstr() && *end == 0) return true;
+    error = "the theme asks for the field '" + expression.ToUtf8() + "', which the layer '" + m_layer.name + "' lacks";
+    return false;
+}
+
+bool DemoDrawer::PrepareGraph(std::string& error)
+{
+    auto& graph = static_cast<KrTheme3DGraph&>(m_theme);
+    // The layer's smallest and largest chart totals over the field series; the theme adds
+    // the extremes of its array series itself
+    const int count = graph.GetCount();
+    std::vector<BSX::BsxUnicodeString> expressions;
+    for (int i = 0; i < count; ++i) expressions.push_back(graph.GetExpressionAt(i));
+    double minSum = std::numeric_limits<double>::infinity();
+    double maxSum = -minSum;
+    for (const DemoFeature& f : m_layer.features) {
+        double sum = 0.0;
+        for (const auto& e : expressions) {
+            BSX::BsxVariant v;
+            double d = 0.0;
+            if (!e.IsEmpty() && f.feature->GetValue(e, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d)) sum += d;
+        }
+        minSum = std::min(minSum, sum);
+        maxSum = std::max(maxSum, sum);
+    }
+    if (m_layer.features.empty()) minSum = maxSum = 0.0;
+    const int features = static_cast<int>(std::min<size_t>(m_layer.features.size(), std::numeric_limits<int>::max()));
+    graph.CalExtremumvValue(minSum, maxSum, m_layer.bounds, features, false);
+    graph.PrepareTheme();
+    graph.UpdateTheme();
+
+    BSX::BsxArray<BSX::BsxUnicodeString> fields;
+    graph.GetThemeQueryDef(fields, true);
+    const int items = count;
+    m_seriesExpressions.assign(static_cast<size_t>(items), BSX::BsxUnicodeString());
+    m_seriesTypes.assign(static_cast<size_t>(items), 1);
+    for (int i = 0; i < items; ++i) m_seriesTypes[static_cast<size_t>(i)] = graph.GetThemeGraphItemType(i);
+    for (const auto& query : fields) {
+        if (!CheckQueryField(query, error)) return false;
+        const int number = QueryNumber(query);
+        if (number >= 1 && number <= items) m_seriesExpressions[static_cast<size_t>(number - 1)] = QueryExpression(query);
+    }
+    m_values.assign(static_cast<size_t>(items), 0.0);
+    return true;
+}
+
+bool DemoDrawer::Prepare(std::string& error)
+{
+    m_queryFields.clear();
+    m_legend.clear();
+    m_styleEntries.clear();
+    switch (m_kind) {
+    case KrTheme3D::Theme3DUnique:
+    case KrTheme3D::Theme3DRange:
+    case KrTheme3D::Theme3DLabel:
+        m_expression = QueryExpression(m_theme.GetFieldName(true));
+        if (!CheckQueryField(m_theme.GetFieldName(true), error)) return false;
+        break;
+    case KrTheme3D::Theme3DGraph:
+        if (!PrepareGraph(error)) return false;
+        break;
+    case KrTheme3D::Theme3DCustom: {
+        // One query per kind of geometry that the layer holds
+        bool asked[4] = {false, false, false, false};
+        for (const DemoFeature& f : m_layer.features) {
+            const int t = f.geometryType % 100;
+            const int selector = t == 1 ? 0 : t == 3 ? 1 : t == 5 ? 2 : 3;
+            if (asked[selector]) continue;
+            asked[selector] = true;
+            BSX::BsxArray<BSX::BsxUnicodeString> fields;
+            m_theme.GetThemeQueryDef(selector, fields);
+            for (const auto& query : fields) {
+                if (!CheckQueryField(query, error)) return false;
+            }
+        }
+        break;
+    }
+    default:
+        error = "the theme has an unknown kind " + std::to_string(m_kind);
+        return false;
+    }
+    BuildLegend();
+    return true;
+}
+
+void DemoDrawer::BuildLegend()
+{
+    m_defaultEntry = m_hiddenEntry = -1;
+    m_classCount = 0;
+    if (m_kind == KrTheme3D::Theme3DUnique) {
+        auto& unique = static_cast<KrTheme3DUnique&>(m_theme);
+        m_classCount = unique.GetCount();
+        for (int i = 0; i < unique.GetCount(); ++i) {
+            const KrTheme3DItem* item = unique.GetAt(i);
+            if (!item) continue;
+            DemoLegendEntry e;
+            e.caption = item->Caption.ToUtf8();
+            e.role = "item";
+            e.value = unique.GetValueAt(i).ToUtf8();
+            e.colour = item->Style.GetFillColor();
+            m_styleEntries.emplace_back(&item->Style, static_cast<int>(m_legend.size()));
+            m_legend.push_back(e);
+        }
+        DemoLegendEntry other;
+        other.caption = "Other values";
+        other.role = "default";
+        other.colour = unique.GetDefaultStyle().GetFillColor();
+        m_defaultEntry = static_cast<int>(m_legend.size());
+        m_styleEntries.emplace_back(&unique.GetDefaultStyle(), m_defaultEntry);
+        m_legend.push_back(other);
+    } else if (m_kind == KrTheme3D::Theme3DRange) {
+        auto& range = static_cast<KrTheme3DRange&>(m_theme);
+        m_classCount = range.GetCount();
+        const int breaks = range.GetValueCount();
+        for (int i = 0; i < range.GetCount(); ++i) {
+            const KrTheme3DItem* item = range.GetAt(i);
+            if (!item) continue;
+            DemoLegendEntry e;
+            e.caption = item->Caption.ToUtf8();
+            e.role = "item";
+            // Ranges run upward unless the theme says otherwise; item i lies between breaks i-1 and i
+            if (i > 0 && i - 1 < breaks) e.hasLow = true, e.low = range.GetValueAt(i - 1);
+            if (i < breaks) e.hasHigh = true, e.high = range.GetValueAt(i);
+            e.colour = item->Style.GetFillColor();
+            m_styleEntries.emplace_back(&item->Style, static_cast<int>(m_legend.size()));
+            m_legend.push_back(e);
+        }
+    } else if (m_kind == KrTheme3D::Theme3DLabel) {
+        DemoLegendEntry e;
+        e.caption = "Labelled";
+        e.role = "item";
+        e.value = m_expression.ToUtf8();
+        e.colour = Colour(m_theme.GetTextStyle()->GetForeColor());
+        m_classCount = 1;
+        m_legend.push_back(e);
+    } else if (m_kind == KrTheme3D::Theme3DGraph) {
+        auto& graph = static_cast<KrTheme3DGraph&>(m_theme);
+        m_classCount = graph.GetCount();
+        for (int i = 0; i < graph.GetCount(); ++i) {
+            DemoLegendEntry e;
+            e.value = graph.GetExpressionAt(i).ToUtf8();
+            e.caption = e.value;
+            e.role = "series";
+            e.colour = graph.GetStyleAt(i).GetFillColor();
+            m_legend.push_back(e);
+        }
+    } else if (m_kind == KrTheme3D::Theme3DCustom) {
+        auto& custom = static_cast<KrTheme3DCustom&>(m_theme);
+        const BSX::BsxUnicodeString* members[] = {
+            &custom.AltitudeMode, &custom.BottomAltitude, &custom.ExtendHeight, &custom.BillboardMode,
+            &custom.MarkerStyle, &custom.IconName, &custom.IconScale, &custom.ColorPoint, &custom.LineStyle,
+            &custom.LineWidth, &custom.LineColor, &custom.FillStyle, &custom.Fill3DMode, &custom.FillForeColor,
+            &custom.ScaleX, &custom.ScaleY, &custom.ScaleZ, &custom.RotateX, &custom.RotateY, &custom.RotateZ};
+        const auto& names = DemoThemeBuilder::CustomPropertyNames();
+        for (size_t i = 0; i < names.size(); ++i) {
+            if (members[i]->IsEmpty()) continue;
+            DemoLegendEntry e;
+            e.caption = names[i];
+            e.role = "property";
+            e.value = members[i]->ToUtf8();
+            e.colour = m_neutral.GetFillColor();
+            m_legend.push_back(e);
+            ++m_classCount;
+        }
+    }
+    if (m_kind != KrTheme3D::Theme3DGraph && m_kind != KrTheme3D::Theme3DCustom) {
+        DemoLegendEntry hidden;
+        hidden.caption = m_kind == KrTheme3D::Theme3DLabel ? "No label" : "Not drawn";
+        hidden.role = "hidden";
+        hidden.colour = KrColorValue3D(0.0, 0.0, 0.0, 0.0);
+        m_hiddenEntry = static_cast<int>(m_legend.size());
+        m_legend.push_back(hidden);
+    }
+}
+
+void DemoDrawer::DrawGraph(const DemoFeature& f, size_t i, DemoDrawnFeature& out)
+{
+    const size_t items = m_values.size();
+    for (size_t k = 0; k < items; ++k) {
+        double value = 0.0;
+        if (m_seriesTypes[k] == 2) {
+            // Array series are keyed; the demo keys features by their position in the layer
+            const int key = static_cast<int>(std::min<size_t>(i, std::numeric_limits<int>::max()));
+            m_theme.GetThemeGraphValues(value, key, static_cast<int>(k));
+        } else {
+            BSX::BsxVariant v;
+            if (!m_seriesExpressions[k].IsEmpty() && f.feature->GetValue(m_seriesExpressions[k], v)) {
+                if (!KrTheme3D::Variant2Double(v, value) || !std::isfinite(value)) value = 0.0;
+            }
+        }
+        m_values[k] = value;
+    }
+    const BSX::BsxPoint3D at(f.anchor.x, f.anchor.y, 0.0);
+    out.chart.reset(m_theme.ConvertToGeometry(m_values.data(), static_cast<unsigned int>(items), at));
+    // The theme may have replaced non-positive values; a series counts where it drew something
+    for (size_t k = 0; k < items && k < m_legend.size(); ++k) {
+        if (m_values[k] > 0.001) ++m_legend[k].count;
+    }
+}
+
+void DemoDrawer::Draw(size_t i, DemoDrawnFeature& out)
+{
+    const DemoFeature& f = m_layer.features[i];
+    out.drawn = true;
+    out.style = &m_neutral;
+    out.legendEntry = -1;
+    out.label.Empty();
+    out.chart.reset();
+    switch (m_kind) {
+    case KrTheme3D::Theme3DUnique:
+    case KrTheme3D::Theme3DRange: {
+        BSX::BsxVariant v;
+        f.feature->GetValue(m_expression, v);
+        const KrStyle* style = m_theme.FindStyle(v);
+        if (!style) {
+            out.drawn = false;
+            out.legendEntry = m_hiddenEntry;
+            out.style = nullptr;
+            break;
+        }
+        out.style = style;
+        for (const auto& entry : m_styleEntries) {
+            if (entry.first == style) {
+                out.legendEntry = entry.second;
+                break;
+            }
+        }
+        break;
+    }
+    case KrTheme3D::Theme3DLabel: {
+        BSX::BsxVariant v;
+        f.feature->GetValue(m_expression, v);
+        out.label = m_theme.GetStringFromVariant(v);
+        out.legendEntry = out.label.IsEmpty() ? m_hiddenEntry : 0;
+        break;
+    }
+    case KrTheme3D::Theme3DCustom:
+        // The theme writes what its expressions give into the caller's style
+        m_customStyle = m_neutral;
+        if (m_theme.FindStyle(f.feature.get(), m_customStyle)) {
+            for (auto& e : m_legend) ++e.count;
+        }
+        out.style = &m_customStyle;
+        break;
+    case KrTheme3D::Theme3DGraph:
+        if (f.hasAnchor) DrawGraph(f, i, out);
+        break;
+    default:
+        break;
+    }
+    if (out.legendEntry >= 0 && static_cast<size_t>(out.legendEntry) < m_legend.size()) ++m_legend[static_cast<size_t>(out.legendEntry)].count;
+}
+
+} // namespace KRN

@@ -1,0 +1,93 @@
+#pragma once
+// Draws a layer with a theme the way the scene engine does: the theme's query fields first, then
+// for every feature the kind's answer (a style, a label text or a chart geometry).
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "BsxUnicodeString.h"
+#include "DemoLayer.h"
+#include "KrColorValue3D.h"
+#include "KrGeometry.h"
+#include "KrStyle.h"
+#include "KrTextStyle.h"
+#include "KrTheme3D.h"
+
+namespace KRN {
+
+// The theme's answer for one feature
+struct DemoDrawnFeature {
+    // False when the theme hides the feature (an invisible item, a value outside every range)
+    bool drawn = true;
+    // Style to draw the feature's own geometry with: the theme's (unique, range), the one the
+    // theme filled in (custom), or the drawer's neutral style (label, graph)
+    const KrStyle* style = nullptr;
+    // Legend entry the feature counts for (-1: none)
+    int legendEntry = -1;
+    // Label text (label theme), empty when there is none
+    BSX::BsxUnicodeString label;
+    // Chart standing for the feature (graph theme); the drawer's caller owns it
+    std::unique_ptr<KrGeometry> chart;
+};
+
+// One line of the legend
+struct DemoLegendEntry {
+    std::string caption;
+    // "item" (a theme item), "default" (values without an item), "hidden" (not drawn),
+    // "series" (a chart item), "property" (a custom theme property)
+    std::string role;
+    // The item's value (unique), field (chart series) or expression (custom property)
+    std::string value;
+    // The range of a range item; each bound only when the range has it
+    bool hasLow = false, hasHigh = false;
+    double low = 0.0, high = 0.0;
+    KrColorValue3D colour;
+    size_t count = 0;
+};
+
+class DemoDrawer {
+public:
+    // The theme must outlive the drawer; the layer too
+    DemoDrawer(KrTheme3D& theme, const DemoLayer& layer);
+    DemoDrawer(const DemoDrawer&) = delete;
+    DemoDrawer& operator=(const DemoDrawer&) = delete;
+
+    // Everything done once per layer: chart extremes and the refresh cycle for charts, the query
+    // fields, the legend. False with a message when the theme asks for a field the layer lacks.
+    bool Prepare(std::string& error);
+    // The theme's answer for feature i (reusing out's storage); counts it in the legend
+    void Draw(size_t i, DemoDrawnFeature& out);
+
+    // The expressions the theme asked to query, in its order
+    const std::vector<std::string>& GetQueryFields() const { return m_queryFields; }
+    const std::vector<DemoLegendEntry>& GetLegend() const { return m_legend; }
+    // Number of classes (items) the theme has
+    int GetClassCount() const { return m_classCount; }
+    const KrStyle& GetNeutralStyle() const { return m_neutral; }
+
+private:
+    bool PrepareGraph(std::string& error);
+    bool CheckQueryField(const BSX::BsxUnicodeString& query, std::string& error);
+    void BuildLegend();
+    void DrawGraph(const DemoFeature& f, size_t i, DemoDrawnFeature& out);
+
+    KrTheme3D& m_theme;
+    const DemoLayer& m_layer;
+    int m_kind = 0;
+    KrStyle m_neutral;
+    KrStyle m_customStyle;
+    BSX::BsxUnicodeString m_expression;
+    std::vector<std::string> m_queryFields;
+    std::vector<DemoLegendEntry> m_legend;
+    // Theme-owned style -> legend entry, for unique and range themes
+    std::vector<std::pair<const KrStyle*, int>> m_styleEntries;
+    int m_defaultEntry = -1;
+    int m_hiddenEntry = -1;
+    int m_classCount = 0;
+    // Chart series: expression per item (empty for array items), and the values handed over
+    std::vector<BSX::BsxUnicodeString> m_seriesExpressions;
+    std::vector<int> m_seriesTypes;
+    std::vector<double> m_values;
+};
+
+} // namespace KRN

@@ -1,0 +1,230 @@
+#include "DemoGlbWriter.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <limits>
+
+#include "DemoJson.h"
+
+namespace KRN {
+
+namespace {
+
+constexpr std::uint32_t kMagic = 0x46546C67;     // "glTF"
+constexpr std::uint32_t kJsonChunk = 0x4E4F534A; // "JSON"
+constexpr std::uint32_t kBinChunk = 0x004E4942;  // "BIN\0"
+constexpr int kFloat = 5126;
+constexpr int kUnsignedByte = 5121;
+constexpr int kArrayBuffer = 34962;
+constexpr int kModePoints = 0;
+constexpr int kModeLineStrip = 3;
+constexpr int kModeTriangles = 4;
+
+void Pad(std::vector<std::uint8_t>& bytes, std::uint8_t fill)
+{
+    while (bytes.size() % 4 != 0) bytes.push_back(fill);
+}
+
+void PutU32(std::vector<std::uint8_t>& bytes, std::uint32_t v)
+{
+    for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<std::uint8_t>((v >> (8 * i)) & 0xFF));
+}
+
+// glTF is y-up: the Earth-centred axes (x, y, z) are written as (x, z, -y), the rotation that
+// globe viewers undo when they place y-up content on the globe
+void GltfAxes(double x, double y, double z, double out[3])
+{
+    out[0] = x;
+    out[1] = z;
+    out[2] = -y;
+}
+
+class Builder {
+public:
+    DemoJson views, accessors;
+    std::vector<std::uint8_t> bin;
+    int viewCount = 0, accessorCount = 0;
+
+    // A buffer view over bytes appended to the BIN chunk; answers its index
+    int AddView(const void* data, size_t size)
+    {
+        Pad(bin, 0);
+        const size_t offset = bin.size();
+        const auto* p = static_cast<const std::uint8_t*>(data);
+        bin.insert(bin.end(), p, p + size);
+        views.BeginObject().Key("buffer").Integer(0).Key("byteOffset").Integer(static_cast<long long>(offset));
+        views.Key("byteLength").Integer(static_cast<long long>(size)).Key("target").Integer(kArrayBuffer).EndObject();
+        return viewCount++;
+    }
+
+    // A float VEC3 accessor over count vertices from the given first vertex, with exact bounds
+    int AddVec3(int view, const std::vector<float>& values, size_t first, size_t count, bool bounds)
+    {
+        accessors.BeginObject().Key("bufferView").Integer(view);
+        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 12));
+        accessors.Key("componentType").Integer(kFloat).Key("count").Integer(static_cast<long long>(count));
+        accessors.Key("type").String("VEC3");
+        if (bounds) {
+            float lo[3], hi[3];
+            for (int k = 0; k < 3; ++k) lo[k] = std::numeric_limits<float>::max(), hi[k] = -lo[k];
+            for (size_t i = first; i < first + count; ++i) {
+                for (int k = 0; k < 3; ++k) {
+                    lo[k] = std::min(lo[k], values[i * 3 + k]);
+                    hi[k] = std::max(hi[k], values[i * 3 + k]);
+                }
+            }
+            accessors.Key("min").BeginArray();
+            for (float v : lo) accessors.Number(v);
+            accessors.EndArray().Key("max").BeginArray();
+            for (float v : hi) accessors.Number(v);
+            accessors.EndArray();
+        }
+        accessors.EndObject();
+        return accessorCount++;
+    }
+
+    int AddColours(int view, size_t first, size_t count)
+    {
+        accessors.BeginObject().Key("bufferView").Integer(view);
+        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 4));
+        accessors.Key("componentType").Integer(kUnsignedByte).Key("normalized").Bool(true);
+        accessors.Key("count").Integer(static_cast<long long>(count)).Key("type").String("VEC4").EndObject();
+        return accessorCount++;
+    }
+};
+
+struct Packed {
+    std::vector<float> positions, normals;
+    std::vector<std::uint8_t> colours;
+};
+
+Packed Pack(const std::vector<DemoVertex>& vertices, const double centre[3])
+{
+    Packed p;
+    p.positions.reserve(vertices.size() * 3);
+    p.normals.reserve(vertices.size() * 3);
+    p.colours.reserve(vertices.size() * 4);
+    for (const DemoVertex& v : vertices) {
+        double pos[3], n[3];
+        GltfAxes(v.x, v.y, v.z, pos);
+        GltfAxes(v.nx, v.ny, v.nz, n);
+        for (int k = 0; k < 3; ++k) p.positions.push_back(static_cast<float>(pos[k] - centre[k]));
+        for (int k = 0; k < 3; ++k) p.normals.push_back(static_cast<float>(n[k]));
+        p.colours.insert(p.colours.end(), v.rgba.begin(), v.rgba.end());
+    }
+    return p;
+}
+
+} // namespace
+
+std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
+{
+    // The root node carries the scene's centre so that float positions stay within a few
+    // kilometres of precision loss at worst, instead of metres at the Earth's radius
+    double lo[3] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max(), std::numeric_limits<double>::max()};
+    double hi[3] = {-lo[0], -lo[1], -lo[2]};
+    size_t total = 0;
+    for (const auto* list : {&scene.GetTriangles(), &scene.GetLineVertices(), &scene.GetPoints()}) {
+        for (const DemoVertex& v : *list) {
+            double pos[3];
+            GltfAxes(v.x, v.y, v.z, pos);
+            for (int k = 0; k < 3; ++k) lo[k] = std::min(lo[k], pos[k]), hi[k] = std::max(hi[k], pos[k]);
+            ++total;
+        }
+    }
+    double centre[3] = {0.0, 0.0, 0.0};
+    if (total > 0) {
+        for (int k = 0; k < 3; ++k) centre[k] = (lo[k] + hi[k]) * 0.5;
+    }
+
+    Builder b;
+    DemoJson primitives;
+    primitives.BeginArray();
+    if (!scene.GetTriangles().empty()) {
+        const Packed p = Pack(scene.GetTriangles(), centre);
+        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
+        const int nv = b.AddView(p.normals.data(), p.normals.size() * sizeof(float));
+        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        const size_t n = scene.GetTriangles().size();
+        const int pa = b.AddVec3(pv, p.positions, 0, n, true);
+        const int na = b.AddVec3(nv, p.normals, 0, n, false);
+        const int ca = b.AddColours(cv, 0, n);
+        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("NORMAL").Integer(na);
+        primitives.Key("COLOR_0").Integer(ca).EndObject().Key("material").Integer(0).Key("mode").Integer(kModeTriangles);
+        primitives.EndObject();
+    }
+    if (!scene.GetStrips().empty()) {
+        const Packed p = Pack(scene.GetLineVertices(), centre);
+        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
+        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        for (const auto& strip : scene.GetStrips()) {
+            const int pa = b.AddVec3(pv, p.positions, strip.first, strip.second, true);
+            const int ca = b.AddColours(cv, strip.first, strip.second);
+            primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("COLOR_0").Integer(ca);
+            primitives.EndObject().Key("material").Integer(1).Key("mode").Integer(kModeLineStrip).EndObject();
+        }
+    }
+    if (!scene.GetPoints().empty()) {
+        const Packed p = Pack(scene.GetPoints(), centre);
+        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
+        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        const size_t n = scene.GetPoints().size();
+        const int pa = b.AddVec3(pv, p.positions, 0, n, true);
+        const int ca = b.AddColours(cv, 0, n);
+        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("COLOR_0").Integer(ca);
+        primitives.EndObject().Key("material").Integer(1).Key("mode").Integer(kModePoints).EndObject();
+    }
+    primitives.EndArray();
+    const bool hasMesh = b.accessorCount > 0;
+
+    std::string json = "{\"asset\":{\"version\":\"2.0\",\"generator\":\"t3d_demo\"},\"scene\":0,";
+    json += "\"scenes\":[{\"nodes\":[0]}],\"nodes\":[{\"name\":\"layer\",\"translation\":[";
+    DemoJson t;
+    t.BeginArray().Number(centre[0]).Number(centre[1]).Number(centre[2]).EndArray();
+    json += t.Text().substr(1, t.Text().size() - 2);
+    json += "]";
+    if (hasMesh) {
+        json += ",\"mesh\":0}],\"meshes\":[{\"primitives\":" + primitives.Text() + "}],";
+        // Lit surfaces and unlit-looking lines both take their colour from the vertices
+        json += "\"materials\":[{\"name\":\"surfaces\",\"pbrMetallicRoughness\":{\"metallicFactor\":0,"
+                "\"roughnessFactor\":1},\"doubleSided\":true},{\"name\":\"lines\",\"pbrMetallicRoughness\":"
+                "{\"metallicFactor\":0,\"roughnessFactor\":1}}],";
+        json += "\"accessors\":[" + b.accessors.Text() + "],\"bufferViews\":[" + b.views.Text() + "],";
+        Pad(b.bin, 0);
+        json += "\"buffers\":[{\"byteLength\":" + std::to_string(b.bin.size()) + "}]}";
+    } else {
+        json += "}]}";
+    }
+
+    std::vector<std::uint8_t> jsonBytes(json.begin(), json.end());
+    Pad(jsonBytes, ' ');
+    std::vector<std::uint8_t> out;
+    const size_t length = 12 + 8 + jsonBytes.size() + (hasMesh ? 8 + b.bin.size() : 0);
+    PutU32(out, kMagic);
+    PutU32(out, 2);
+    PutU32(out, static_cast<std::uint32_t>(length));
+    PutU32(out, static_cast<std::uint32_t>(jsonBytes.size()));
+    PutU32(out, kJsonChunk);
+    out.insert(out.end(), jsonBytes.begin(), jsonBytes.end());
+    if (hasMesh) {
+        PutU32(out, static_cast<std::uint32_t>(b.bin.size()));
+        PutU32(out, kBinChunk);
+        out.insert(out.end(), b.bin.begin(), b.bin.end());
+    }
+    return out;
+}
+
+bool DemoGlbWriter::Write(const DemoScene& scene, const std::string& path, std::string& error)
+{
+    const std::vector<std::uint8_t> bytes = Encode(scene);
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (out) out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!out) {
+        error = "cannot write '" + path + "'";
+        return false;
+    }
+    return true;
+}
+
+} // namespace KRN

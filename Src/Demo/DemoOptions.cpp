@@ -1,0 +1,220 @@
+#include "DemoOptions.h"
+
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+
+namespace KRN {
+
+namespace {
+
+bool ParseDouble(const std::string& text, double& value)
+{
+    if (text.empty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const double v = std::strtod(text.c_str(), &end);
+    if (*end != 0 || errno == ERANGE || !std::isfinite(v)) return false;
+    value = v;
+    return true;
+}
+
+bool ParseInt(const std::string& text, int& value)
+{
+    if (text.empty()) return false;
+    char* end = nullptr;
+    errno = 0;
+    const long v = std::strtol(text.c_str(), &end, 10);
+    if (*end != 0 || errno == ERANGE || v < INT_MIN || v > INT_MAX) return false;
+    value = static_cast<int>(v);
+    return true;
+}
+
+std::vector<std::string> Split(const std::string& text, char sep)
+{
+    std::vector<std::string> parts;
+    size_t start = 0;
+    while (start <= text.size()) {
+        const size_t at = text.find(sep, start);
+        const std::string part = text.substr(start, at == std::string::npos ? std::string::npos : at - start);
+        if (!part.empty()) parts.push_back(part);
+        if (at == std::string::npos) break;
+        start = at + 1;
+    }
+    return parts;
+}
+
+// The tour that runs without theme options, on the built-in countries
+std::vector<DemoRun> Tour()
+{
+    std::vector<DemoRun> runs(5);
+    runs[0].name = "unique";
+    runs[0].request.kind = 1;
+    runs[0].request.field = "continent";
+    runs[1].name = "range";
+    runs[1].request.kind = 2;
+    runs[1].request.field = "pop_est";
+    runs[1].request.method = 4;
+    runs[1].request.classes = 5;
+    runs[2].name = "label";
+    runs[2].request.kind = 3;
+    runs[2].request.field = "name";
+    runs[3].name = "graph";
+    runs[3].request.kind = 4;
+    runs[3].request.chartType = 4;
+    runs[3].request.chartFields = {"pop_est", "gdp_md_est"};
+    runs[4].name = "custom";
+    runs[4].request.kind = 5;
+    runs[4].request.customProperties = {{"ExtendHeight", "pop_est"}};
+    // People as metres would raise China 1,400 km into space: one metre per 2,000 people
+    runs[4].heightScale = 0.0005;
+    return runs;
+}
+
+} // namespace
+
+std::string DemoOptions::Usage()
+{
+    return "usage: t3d_demo [options] [theme]\n"
+           "  --data FILE          vector data set (any format GDAL reads); default: the built-in countries\n"
+           "  --layer NAME         layer of the data set (default: the first)\n"
+           "  --plugin FILE        the theme plug-in TrTheme3DBase.t3d\n"
+           "  --out DIR            output folder (default: t3d-demo-out)\n"
+           "  --name NAME          base name of the output files (default: the theme kind)\n"
+           "  --id FIELD           field naming the features in NAME.features.json\n"
+           "  --height-scale X     multiplies every height the theme gives (default 1)\n"
+           "  --no-progress        no progress bar\n"
+           "theme (one; without any, all five kinds run on the built-in data):\n"
+           "  --theme FILE         a saved theme document (tdx:Theme3D)\n"
+           "  --unique FIELD       unique values of a field\n"
+           "  --range FIELD [--method 0-5] [--classes K] [--interval W]\n"
+           "                       ranges of a numeric field (method 4, quantiles, and 5 classes by default)\n"
+           "  --label FIELD [--format FMT]   labels with a number format such as .2f\n"
+           "  --chart bar|stacked|pie --fields A,B,...   charts of numeric fields\n"
+           "  --custom PROP=FIELD[,PROP=FIELD...]        custom style properties, e.g. ExtendHeight=pop_est\n";
+}
+
+bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
+{
+    DemoRun run;
+    bool themeGiven = false;
+    double heightScale = 1.0;
+    bool heightGiven = false;
+    std::string name;
+    auto setKind = [&](int kind, const std::string& option) {
+        if (themeGiven) {
+            error = "only one theme option may be given (" + option + ")";
+            return false;
+        }
+        themeGiven = true;
+        run.request.kind = kind;
+        return true;
+    };
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        auto value = [&](std::string& out) {
+            if (i + 1 >= argc) {
+                error = "the option " + arg + " needs a value";
+                return false;
+            }
+            out = argv[++i];
+            return true;
+        };
+        std::string v;
+        if (arg == "--help" || arg == "-h") {
+            help = true;
+        } else if (arg == "--no-progress") {
+            progress = false;
+        } else if (arg == "--plugin") {
+            if (!value(pluginPath)) return false;
+        } else if (arg == "--data") {
+            if (!value(dataPath)) return false;
+        } else if (arg == "--layer") {
+            if (!value(layerName)) return false;
+        } else if (arg == "--out") {
+            if (!value(outDir)) return false;
+        } else if (arg == "--name") {
+            if (!value(name)) return false;
+        } else if (arg == "--id") {
+            if (!value(idField)) return false;
+            idFieldGiven = true;
+        } else if (arg == "--height-scale") {
+            if (!value(v)) return false;
+            if (!ParseDouble(v, heightScale) || heightScale < 0.0) {
+                error = "--height-scale needs a number of at least 0";
+                return false;
+            }
+            heightGiven = true;
+        } else if (arg == "--theme") {
+            if (!value(run.request.themeFile) || !setKind(0, arg)) return false;
+        } else if (arg == "--unique") {
+            if (!value(run.request.field) || !setKind(1, arg)) return false;
+        } else if (arg == "--range") {
+            if (!value(run.request.field) || !setKind(2, arg)) return false;
+        } else if (arg == "--label") {
+            if (!value(run.request.field) || !setKind(3, arg)) return false;
+        } else if (arg == "--chart") {
+            if (!value(v) || !setKind(4, arg)) return false;
+            if (v == "bar") run.request.chartType = 4;
+            else if (v == "stacked") run.request.chartType = 12;
+            else if (v == "pie") run.request.chartType = 6;
+            else {
+                error = "--chart takes bar, stacked or pie";
+                return false;
+            }
+        } else if (arg == "--custom") {
+            if (!value(v)) return false;
+            if (run.request.kind != 5 && !setKind(5, arg)) return false;
+            for (const std::string& pair : Split(v, ',')) {
+                const size_t eq = pair.find('=');
+                if (eq == std::string::npos || eq == 0 || eq + 1 == pair.size()) {
+                    error = "--custom takes PROPERTY=FIELD pairs, not '" + pair + "'";
+                    return false;
+                }
+                run.request.customProperties.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));
+            }
+        } else if (arg == "--method") {
+            if (!value(v) || !ParseInt(v, run.request.method)) {
+                error = "--method needs a whole number";
+                return false;
+            }
+        } else if (arg == "--classes") {
+            if (!value(v) || !ParseInt(v, run.request.classes)) {
+                error = "--classes needs a whole number";
+                return false;
+            }
+        } else if (arg == "--interval") {
+            if (!value(v) || !ParseDouble(v, run.request.interval)) {
+                error = "--interval needs a number";
+                return false;
+            }
+        } else if (arg == "--format") {
+            if (!value(run.request.format)) return false;
+        } else if (arg == "--fields") {
+            if (!value(v)) return false;
+            run.request.chartFields = Split(v, ',');
+        } else {
+            error = "unknown option '" + arg + "'";
+            return false;
+        }
+    }
+    runs.clear();
+    if (!themeGiven) {
+        if (!dataPath.empty()) {
+            error = "with --data, name a theme (--theme, --unique, --range, --label, --chart or --custom)";
+            return false;
+        }
+        runs = Tour();
+        if (heightGiven) {
+            for (DemoRun& r : runs) r.heightScale *= heightScale;
+        }
+        return true;
+    }
+    run.heightScale = heightScale;
+    run.name = name;
+    runs.push_back(run);
+    return true;
+}
+
+} // namespace KRN

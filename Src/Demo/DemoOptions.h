@@ -1,0 +1,36 @@
+#pragma once
+// Command line of the demo host.
+#include <string>
+#include <vector>
+
+#include "DemoThemeBuilder.h"
+
+namespace KRN {
+
+// One theme to draw and the name its files get
+struct DemoRun {
+    std::string name;
+    DemoThemeRequest request;
+    // Multiplies every height the theme's styles and charts give
+    double heightScale = 1.0;
+};
+
+struct DemoOptions {
+    std::string pluginPath;
+    std::string dataPath;
+    std::string layerName;
+    std::string outDir = "t3d-demo-out";
+    // Field whose value names each feature in the per-feature output (empty: none)
+    std::string idField;
+    bool idFieldGiven = false;
+    bool progress = true;
+    bool help = false;
+    std::vector<DemoRun> runs;
+
+    // Parses argv; false with a message on a bad option. With no theme option the runs are the
+    // built-in tour of all five kinds.
+    bool Parse(int argc, const char* const* argv, std::string& error);
+    static std::string Usage();
+};
+
+} // namespace KRN

@@ -1,0 +1,56 @@
+#pragma once
+// Builds a theme of any kind for a layer: from a saved theme document, or from what the user
+// asked for on the command line.
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "DemoLayer.h"
+#include "KrTheme3D.h"
+
+namespace KRN {
+
+// What the user asked for
+struct DemoThemeRequest {
+    // Theme kind code (1 unique, 2 range, 3 label, 4 graph, 5 custom); 0 reads themeFile
+    int kind = 0;
+    std::string themeFile;
+    // The field of a unique, range or label theme
+    std::string field;
+    // Range classification: method code, class count, fixed width (method 5)
+    int method = 4;
+    int classes = 5;
+    double interval = 0.0;
+    // Number format of a label theme
+    std::string format;
+    // Chart kind code (4 bar, 6 pie, 12 stacked bar) and its numeric fields
+    int chartType = 4;
+    std::vector<std::string> chartFields;
+    // Custom theme: property name and field (or number) pairs
+    std::vector<std::pair<std::string, std::string>> customProperties;
+};
+
+// Creates an empty theme of a kind code (the factory's NewTheme3D), null for unknown codes
+using DemoThemeCreator = std::function<KrTheme3D*(int)>;
+
+class DemoThemeBuilder {
+public:
+    // Builds the theme. False with a message naming the problem (unknown field, field that is
+    // not numeric, unreadable document, ...); theme stays null then.
+    static bool Build(const DemoThemeRequest& request, const DemoLayer& layer, const DemoThemeCreator& create,
+                      std::unique_ptr<KrTheme3D>& theme, std::string& error);
+
+    // The ascending finite numbers of a field over the layer
+    static std::vector<double> NumericValues(const DemoLayer& layer, const std::string& field);
+    // Name of a kind code ("unique", "range", "label", "graph", "custom"; "theme" otherwise)
+    static const char* KindName(int kind);
+    // The twenty property names that a custom theme takes
+    static const std::vector<std::string>& CustomPropertyNames();
+
+    // The format version written and read by the demo
+    static constexpr int kXmlVersion = 20120328;
+};
+
+} // namespace KRN
