@@ -26,7 +26,18 @@ public:
     void Append(double value, std::wstring& out) const;
 
 private:
+    // Conversions that std::to_chars writes exactly as printf does in the C locale, with the
+    // sign, case and padding applied here; the rest ("#", "a", "A") go through snprintf
+    void AppendFast(double value, std::wstring& out) const;
+
     bool m_valid = false;
+    bool m_fast = false;
+    bool m_minus = false, m_plus = false, m_space = false, m_zero = false;
+    bool m_upper = false;
+    int m_width = 0;
+    int m_precision = 6;
+    char m_kind = 'f'; // 'f', 'e' or 'g'
+
     std::wstring m_prefix;  // literal text before the conversion, "%%" already reduced to "%"
     std::wstring m_suffix;  // literal text after it
     char m_conversion[24] = {}; // the narrow conversion rebuilt from the checked parts

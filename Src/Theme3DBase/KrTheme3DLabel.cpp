@@ -44,15 +44,15 @@ const KrLabelNumberFormat& DefaultFloatFormat()
 void AppendDecimal(long long value, std::wstring& out)
 {
     wchar_t digits[24];
-    int n = 0;
+    wchar_t* p = digits + 24;
     // Through the unsigned magnitude so that the smallest 64-bit value has a positive counterpart
     unsigned long long magnitude = value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
     do {
-        digits[n++] = static_cast<wchar_t>(L'0' + magnitude % 10);
+        *--p = static_cast<wchar_t>(L'0' + magnitude % 10);
         magnitude /= 10;
     } while (magnitude != 0);
-    if (value < 0) out += L'-';
-    while (n > 0) out += digits[--n];
+    if (value < 0) *--p = L'-';
+    out.append(p, static_cast<std::size_t>(digits + 24 - p));
 }
 
 void AppendDate(double date, std::wstring& out)

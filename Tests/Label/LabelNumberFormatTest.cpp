@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 #include "BsxVariant.h"
@@ -67,6 +68,28 @@ TEST(LabelNumberFormat, AcceptsOneFloatingConversionWithLiteralText)
     KrLabelNumberFormat none;
     EXPECT_FALSE(none.Parse(nullptr));
     EXPECT_FALSE(none.Parse(L"no conversion"));
+}
+
+TEST(LabelNumberFormat, WritesWhatTheCLibraryWritesForTheSameConversion)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    const double values[] = {0.0, -0.0, 0.5, 2.5, -3.14159, 1234.5678, 1e-7, 9.9999999, 1e21, -1e300,
+                             std::numeric_limits<double>::max(), std::numeric_limits<double>::denorm_min(), inf, -inf,
+                             std::nan("")};
+    const char* const conversions[] = {"%f", "%.0f", "%.3F", "%+.2f", "% .1f", "%+ 012.3f", "%-12.2f|", "%012.3f",
+                                       "%12.2f", "%.100f", "%100.1f", "%e", "%.0e", "%-+15.4E|", "%015.2e", "%g",
+                                       "%.0g", "%.12G", "%+g", "%010g", "%#.0f", "%#g", "%a", "%.3A", "%08a"};
+    for (const char* conversion : conversions) {
+        KrLabelNumberFormat format;
+        ASSERT_TRUE(format.Parse(BsxUnicodeString::FromUtf8(conversion).Cstr())) << conversion;
+        for (double value : values) {
+            char expected[1024];
+            std::snprintf(expected, sizeof expected, conversion, value);
+            std::wstring out;
+            format.Append(value, out);
+            EXPECT_EQ(BsxUnicodeString(out).ToUtf8(), expected) << conversion << " of " << value;
+        }
+    }
 }
 
 TEST(LabelNumberFormat, SetNumFormatKeepsUsableFormatsAsGivenAndLogsTheOthers)
