@@ -46,6 +46,12 @@ public:
     std::vector<std::uint8_t> bin;
     int viewCount = 0, accessorCount = 0;
 
+    Builder()
+    {
+        views.BeginArray();
+        accessors.BeginArray();
+    }
+
     // A buffer view over bytes appended to the BIN chunk; answers its index
     int AddView(const void* data, size_t size)
     {
@@ -190,7 +196,9 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
         json += "\"materials\":[{\"name\":\"surfaces\",\"pbrMetallicRoughness\":{\"metallicFactor\":0,"
                 "\"roughnessFactor\":1},\"doubleSided\":true},{\"name\":\"lines\",\"pbrMetallicRoughness\":"
                 "{\"metallicFactor\":0,\"roughnessFactor\":1}}],";
-        json += "\"accessors\":[" + b.accessors.Text() + "],\"bufferViews\":[" + b.views.Text() + "],";
+        b.accessors.EndArray();
+        b.views.EndArray();
+        json += "\"accessors\":" + b.accessors.Text() + ",\"bufferViews\":" + b.views.Text() + ",";
         Pad(b.bin, 0);
         json += "\"buffers\":[{\"byteLength\":" + std::to_string(b.bin.size()) + "}]}";
     } else {
