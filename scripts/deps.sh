@@ -3,6 +3,9 @@
 set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-dev libgmock-dev
           libbenchmark-dev libgdal-dev clang libclang-rt-14-dev gcovr valgrind)
+# The demo host triangulates with GEOS; its tests read JSON and run the glTF validator on node
+packages+=(libgeos-dev nlohmann-json3-dev)
+command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

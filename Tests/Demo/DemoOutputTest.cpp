@@ -1,0 +1,257 @@
+// What a user checks after running the demo host on the built-in countries: every country drawn
+// and counted, the known countries in their classes, labels where the countries are, scenes that
+// read back consistently on the globe, a saved theme that applies again, and bad input refused.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+
+namespace {
+
+const std::string kOut = T3D_DEMO_OUT;
+constexpr size_t kCountries = 177;
+
+std::string ReadBytes(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+json ReadJson(const std::string& path)
+{
+    const std::string text = ReadBytes(path);
+    return json::parse(text, nullptr, false);
+}
+
+struct Result {
+    int status = -1;
+    std::string output;
+};
+
+Result RunDemo(const std::string& args)
+{
+    Result r;
+    const std::string command = std::string("env ") + T3D_DEMO_ENV + " " + T3D_DEMO_EXE + " --no-progress " + args + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return r;
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, pipe)) > 0) r.output.append(buf, n);
+    const int status = pclose(pipe);
+    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
+    return r;
+}
+
+// Legend entry caption of the feature whose id (country name) is given
+std::string CaptionOf(const json& features, const std::string& id)
+{
+    for (const auto& f : features["features"]) {
+        if (f.value("id", "") == id) return f.value("caption", "");
+    }
+    return "<missing " + id + ">";
+}
+
+int EntryOf(const json& features, const std::string& id)
+{
+    for (const auto& f : features["features"]) {
+        if (f.value("id", "") == id) return f.value("entry", -2);
+    }
+    return -3;
+}
+
+size_t LegendSum(const json& legend)
+{
+    size_t sum = 0;
+    for (const auto& e : legend["entries"]) sum += e["count"].get<size_t>();
+    return sum;
+}
+
+std::uint32_t U32(const std::string& b, size_t at)
+{
+    std::uint32_t v = 0;
+    std::memcpy(&v, b.data() + at, 4);
+    return v;
+}
+
+// Reads a .glb back: header and chunks, buffer views inside the buffer, accessors inside their
+// views with the bounds they claim; answers the radius range of every position on the globe
+void CheckGlb(const std::string& path, double& minRadius, double& maxRadius)
+{
+    SCOPED_TRACE(path);
+    const std::string b = ReadBytes(path);
+    ASSERT_GE(b.size(), 20u);
+    EXPECT_EQ(U32(b, 0), 0x46546C67u);
+    EXPECT_EQ(U32(b, 4), 2u);
+    ASSERT_EQ(U32(b, 8), b.size());
+    const std::uint32_t jsonLength = U32(b, 12);
+    EXPECT_EQ(U32(b, 16), 0x4E4F534Au);
+    ASSERT_EQ(jsonLength % 4, 0u);
+    ASSERT_LE(20u + jsonLength + 8u, b.size());
+    const json doc = json::parse(b.substr(20, jsonLength), nullptr, false);
+    ASSERT_FALSE(doc.is_discarded());
+    const size_t binAt = 20 + jsonLength;
+    const std::uint32_t binLength = U32(b, binAt);
+    EXPECT_EQ(U32(b, binAt + 4), 0x004E4942u);
+    ASSERT_EQ(binAt + 8 + binLength, b.size());
+    ASSERT_EQ(doc["buffers"].size(), 1u);
+    EXPECT_EQ(doc["buffers"][0]["byteLength"].get<size_t>(), binLength);
+    const char* bin = b.data() + binAt + 8;
+
+    for (const auto& view : doc["bufferViews"]) {
+        EXPECT_EQ(view["byteOffset"].get<size_t>() % 4, 0u);
+        EXPECT_LE(view["byteOffset"].get<size_t>() + view["byteLength"].get<size_t>(), binLength);
+    }
+    const auto& t = doc["nodes"][0]["translation"];
+    const double origin[3] = {t[0].get<double>(), t[1].get<double>(), t[2].get<double>()};
+    minRadius = 1e300, maxRadius = 0;
+    for (const auto& mesh : doc["meshes"]) {
+        for (const auto& primitive : mesh["primitives"]) {
+            const auto& a = doc["accessors"][primitive["attributes"]["POSITION"].get<size_t>()];
+            const auto& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
+            const size_t count = a["count"].get<size_t>();
+            const size_t at = a["byteOffset"].get<size_t>();
+            const size_t viewAt = view["byteOffset"].get<size_t>();
+            ASSERT_EQ(a["componentType"].get<int>(), 5126);
+            ASSERT_LE(at + count * 12, view["byteLength"].get<size_t>());
+            float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
+            for (size_t i = 0; i < count; ++i) {
+                float p[3];
+                std::memcpy(p, bin + viewAt + at + i * 12, sizeof p);
+                double r2 = 0;
+                for (int k = 0; k < 3; ++k) {
+                    lo[k] = std::min(lo[k], p[k]);
+                    hi[k] = std::max(hi[k], p[k]);
+                    r2 += (p[k] + origin[k]) * (p[k] + origin[k]);
+                }
+                minRadius = std::min(minRadius, std::sqrt(r2));
+                maxRadius = std::max(maxRadius, std::sqrt(r2));
+            }
+            for (int k = 0; k < 3; ++k) {
+                EXPECT_EQ(a["min"][k].get<float>(), lo[k]);
+                EXPECT_EQ(a["max"][k].get<float>(), hi[k]);
+            }
+        }
+    }
+}
+
+} // namespace
+
+TEST(DemoTour, EveryCountryIsDrawnCountedAndClassified)
+{
+    for (const char* name : {"unique", "range", "label", "graph", "custom"}) {
+        SCOPED_TRACE(name);
+        const json legend = ReadJson(kOut + "/" + name + ".legend.json");
+        ASSERT_FALSE(legend.is_discarded());
+        EXPECT_EQ(legend["features"].get<size_t>(), kCountries);
+        EXPECT_EQ(legend["drawn"].get<size_t>(), kCountries);
+        const json features = ReadJson(kOut + "/" + name + ".features.json");
+        EXPECT_EQ(features["features"].size(), kCountries);
+    }
+    const json unique = ReadJson(kOut + "/unique.legend.json");
+    EXPECT_EQ(LegendSum(unique), kCountries);
+    EXPECT_EQ(unique["classes"].get<int>(), 8);
+    const json uniqueFeatures = ReadJson(kOut + "/unique.features.json");
+    EXPECT_EQ(CaptionOf(uniqueFeatures, "France"), "Europe");
+    EXPECT_EQ(CaptionOf(uniqueFeatures, "Brazil"), "South America");
+    EXPECT_EQ(CaptionOf(uniqueFeatures, "Japan"), "Asia");
+    EXPECT_EQ(CaptionOf(uniqueFeatures, "Australia"), "Oceania");
+
+    const json range = ReadJson(kOut + "/range.legend.json");
+    EXPECT_EQ(LegendSum(range), kCountries);
+    ASSERT_EQ(range["classes"].get<int>(), 5);
+    // Quantile classes hold about a fifth of the countries each
+    for (int i = 0; i < 5; ++i) EXPECT_NEAR(range["entries"][i]["count"].get<double>(), kCountries / 5.0, 2.0);
+    const json rangeFeatures = ReadJson(kOut + "/range.features.json");
+    EXPECT_EQ(EntryOf(rangeFeatures, "China"), 4);
+    EXPECT_EQ(EntryOf(rangeFeatures, "India"), 4);
+    EXPECT_EQ(EntryOf(rangeFeatures, "Iceland"), 0);
+    EXPECT_EQ(EntryOf(rangeFeatures, "Fiji"), 0);
+
+    const json labels = ReadJson(kOut + "/label.labels.json");
+    EXPECT_EQ(labels["labels"].size(), kCountries);
+    EXPECT_EQ(LegendSum(ReadJson(kOut + "/label.legend.json")), kCountries);
+    bool sawFrance = false;
+    for (const auto& l : labels["labels"]) {
+        if (l["text"] != "France") continue;
+        sawFrance = true;
+        // Metropolitan France, the largest part of the country
+        EXPECT_GT(l["lon"].get<double>(), -5.0);
+        EXPECT_LT(l["lon"].get<double>(), 9.0);
+        EXPECT_GT(l["lat"].get<double>(), 42.0);
+        EXPECT_LT(l["lat"].get<double>(), 51.5);
+    }
+    EXPECT_TRUE(sawFrance);
+
+    // Every country has a population and an economy: both bar series stand everywhere
+    const json graph = ReadJson(kOut + "/graph.legend.json");
+    ASSERT_EQ(graph["entries"].size(), 2u);
+    EXPECT_EQ(graph["entries"][0]["value"], "pop_est");
+    EXPECT_EQ(graph["entries"][1]["value"], "gdp_md_est");
+    EXPECT_GE(graph["entries"][0]["count"].get<size_t>(), kCountries - 2);
+}
+
+TEST(DemoTour, ScenesReadBackOnTheGlobe)
+{
+    // WGS84: the polar and the equatorial radius, with room for float rounding of a few metres
+    const double polar = 6356752.3, equatorial = 6378137.0;
+    double lo = 0, hi = 0;
+    for (const char* name : {"unique", "range", "label"}) {
+        CheckGlb(kOut + "/" + name + ".glb", lo, hi);
+        EXPECT_GT(lo, polar - 50.0);
+        EXPECT_LT(hi, equatorial + 50.0);
+    }
+    // Extruded countries and charts rise above the surface, but stay below the Moon
+    for (const char* name : {"custom", "graph"}) {
+        CheckGlb(kOut + "/" + name + ".glb", lo, hi);
+        EXPECT_GT(lo, polar - 50.0);
+        EXPECT_GT(hi, equatorial + 100000.0);
+        EXPECT_LT(hi, equatorial * 1.5);
+    }
+}
+
+TEST(DemoTour, SavedThemeAppliesAgainAndBadInputIsRefused)
+{
+    const std::string scratch = T3D_DEMO_SCRATCH;
+    const Result again = RunDemo("--theme " + kOut + "/range.theme.xml --name again --out " + scratch);
+    ASSERT_EQ(again.status, 0) << again.output;
+    const json first = ReadJson(kOut + "/range.legend.json");
+    const json second = ReadJson(scratch + "/again.legend.json");
+    ASSERT_EQ(first["entries"].size(), second["entries"].size());
+    for (size_t i = 0; i < first["entries"].size(); ++i) {
+        EXPECT_EQ(first["entries"][i]["caption"], second["entries"][i]["caption"]);
+        EXPECT_EQ(first["entries"][i]["count"], second["entries"][i]["count"]);
+    }
+
+    std::ofstream(scratch + "/junk.xml") << "<tdx:Theme3D><tdx:Type>2</tdx:Type><broken";
+    const std::string data = " --data " + std::string(T3D_DEMO_DATA);
+    const std::map<std::string, std::string> cases = {
+        {"--data /nonexistent/countries.shp --unique continent", "cannot open"},
+        {data + " --unique no_such_field", "no field 'no_such_field'"},
+        {data + " --range name", "'name' is not numeric"},
+        {data + " --chart pie --fields pop_est,continent", "'continent' is not numeric"},
+        {data + " --theme " + scratch + "/junk.xml", "not a theme document"},
+        {data + " --theme /nonexistent/theme.xml", "cannot read the theme document"},
+        {data + " --custom Altitude=pop_est", "not a custom theme property"},
+        {data + " --range pop_est --classes 1", "class count"},
+        {"--plugin /nonexistent/TrTheme3DBase.t3d", "cannot load the theme plug-in"},
+        {"--bogus", "unknown option"},
+    };
+    for (const auto& c : cases) {
+        const Result r = RunDemo(c.first + " --out " + scratch);
+        EXPECT_NE(r.status, 0) << c.first;
+        EXPECT_LT(r.status, 10) << c.first << ": " << r.output;
+        EXPECT_NE(r.output.find(c.second), std::string::npos) << c.first << ": " << r.output;
+    }
+}
