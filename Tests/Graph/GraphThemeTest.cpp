@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "KrTheme3DGraph.h"
+#include "TestSupport.h"
+
+using namespace BSX;
+using namespace KRN;
+
+namespace {
+BsxArray<double> Values(std::initializer_list<double> list)
+{
+    BsxArray<double> a;
+    for (double v : list) a.Add(v);
+    return a;
+}
+
+std::vector<std::string> Texts(const BsxArray<BsxUnicodeString>& a)
+{
+    std::vector<std::string> out;
+    for (const auto& s : a) out.push_back(s.ToUtf8());
+    return out;
+}
+} // namespace
+
+TEST(KrTheme3DGraphTest, NewThemeDefaults)
+{
+    KrTheme3DGraph graph;
+    EXPECT_EQ(graph.GetType(), KrTheme3D::Theme3DGraph);
+    EXPECT_EQ(graph.GetCount(), 0);
+    EXPECT_EQ(graph.GetGraphType(), 0);
+    EXPECT_EQ(graph.GetItemTextFormat(), 1);
+    EXPECT_EQ(graph.GetGraduatedMode(), 0);
+    EXPECT_EQ(graph.GetItemTextStyle().GetForeColor(), BSXRGB(255, 255, 255));
+    EXPECT_EQ(graph.GetItemTextStyle().GetAlign(), 7);
+    EXPECT_TRUE(graph.GetItemTextStyle().IsFixedSize());
+    EXPECT_EQ(graph.GetItemTextStyle().GetHeight(), 8.0);
+    EXPECT_EQ(graph.GetMaxSum(), 0);
+    EXPECT_EQ(graph.GetMinSize().cx, 0);
+    EXPECT_EQ(graph.GetFieldName(false), L"ThemeGraph");
+
+    graph.SetMaxSumSize(100);
+    EXPECT_DOUBLE_EQ(graph.GetMaxSize().cx, 141.42135623730951);
+    EXPECT_EQ(graph.GetMaxSumSize(), 100);
+    graph.SetGraduatedMode(0x102);
+    EXPECT_EQ(graph.GetGraduatedMode(), 2);
+}
+
+TEST(KrTheme3DGraphTest, OnlyTheListedEditsMarkTheTheme)
+{
+    KrTheme3DGraph graph;
+    graph.Add(L"A");
+    graph.AddArrayField(L"Sales", Values({1, 2, 3}));
+    const KrStyle style;
+    Kr3DGraphItem item;
+    const std::vector<std::pair<const char*, std::function<void()>>> marking = {
+        {"Add", [&] { graph.Add(L"B"); }},
+        {"AddArrayField", [&] { graph.AddArrayField(L"X", Values({})); }},
+        {"RemoveAll", [&] { graph.RemoveAll(); graph.Add(L"A"); graph.AddArrayField(L"Sales", Values({1})); }},
+        {"GetStyleAt", [&] { graph.GetStyleAt(0); }},
+        {"SetStyleAt", [&] { graph.SetStyleAt(0, style); }},
+        {"SetGraphType", [&] { graph.SetGraphType(4); }},
+        {"InsertArrayFieldAt found", [&] { graph.InsertArrayFieldAt(L"Sales", 0, Values({})); }},
+        {"RemoveArrayFieldAt found", [&] { graph.RemoveArrayFieldAt(L"Sales", 5, 1); }},
+        {"SetJoinArrayField", [&] { graph.SetJoinArrayField(BsxArray<int>()); }},
+        {"InsertJoinArrayFieldAt", [&] { graph.InsertJoinArrayFieldAt(0, nullptr, 0); }},
+        {"RemoveJoinArrayFieldAt", [&] { graph.RemoveJoinArrayFieldAt(3, 0); }},
+        {"SetMinSumSize", [&] { graph.SetMinSumSize(1); }},
+        {"SetMaxSumSize", [&] { graph.SetMaxSumSize(1); }},
+        {"CalExtremumvValue", [&] { graph.CalExtremumvValue(0, 1, BsxRect2D(0, 0, 1, 1), 1, false); }},
+    };
+    const std::vector<std::pair<const char*, std::function<void()>>> silent = {
+        {"Insert", [&] { graph.Insert(0, item); }},
+        {"RemoveAt", [&] { graph.RemoveAt(0); }},
+        {"ExchangeItem", [&] { graph.ExchangeItem(0, 1); }},
+        {"IndexOf", [&] { graph.IndexOf(L"a"); }},
+        {"SetCount", [&] { graph.SetCount(graph.GetCount()); }},
+        {"SetExpressionAt", [&] { graph.SetExpressionAt(0, L"A"); }},
+        {"SetCaptionAt", [&] { graph.SetCaptionAt(0, L"A"); }},
+        {"InsertArrayFieldAt missing", [&] { graph.InsertArrayFieldAt(L"New", -1, Values({1})); }},
+        {"RemoveArrayField missing", [&] { graph.RemoveArrayField(L"none"); }},
+        {"RemoveArrayFieldAt missing", [&] { graph.RemoveArrayFieldAt(L"none", 0, 1); }},
+        {"settings", [&] { graph.SetBarWidth(1); graph.SetStartAngle(2); graph.SetShowItemText(true);
+                           graph.SetItemTextFormat(3); graph.SetGraduatedMode(1); }},
+    };
+    for (const auto& op : marking) {
+        graph.SetModifiedFlag(false);
+        op.second();
+        EXPECT_TRUE(graph.IsModified()) << op.first;
+    }
+    for (const auto& op : silent) {
+        graph.SetModifiedFlag(false);
+        op.second();
+        EXPECT_FALSE(graph.IsModified()) << op.first;
+    }
+}
+
+TEST(KrTheme3DGraphTest, ArrayItemsByCaptionAndKeys)
+{
+    KrTheme3DGraph graph;
+    graph.AddArrayField(L"Sales", Values({1, 2, 3}));
+    graph.InsertArrayFieldAt(L"Sales", 1, Values({9}));
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3}));
+    const double more[] = {7, 8};
+    graph.InsertArrayFieldAt(L"Sales", -1, more, 2);
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3, 7, 8}));
+    graph.RemoveArrayFieldAt(L"Sales", 4, 10);
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3}));
+
+    graph.InsertArrayFieldAt(L"Costs", 0, Values({5}));
+    ASSERT_EQ(graph.GetCount(), 2);
+    EXPECT_EQ(graph.GetItem(0).Caption, L"Costs");
+    EXPECT_EQ(graph.GetItem(0).Type, 2);
+    EXPECT_EQ(graph.GetItem(0).FieldExpression, L"");
+    EXPECT_FALSE(graph.RemoveArrayField(L"costs"));
+    EXPECT_TRUE(graph.RemoveArrayField(L"Costs"));
+
+    BsxArray<int> keys;
+    for (int k : {10, 20, 30}) keys.Add(k);
+    graph.SetJoinArrayField(keys);
+    graph.SetCaptionAt(0, L"Sales", Values({1.5, 2.5}));
+    double value = -1;
+    graph.GetThemeGraphValues(value, 0, 20);
+    EXPECT_EQ(value, 2.5);
+    graph.GetThemeGraphValues(value, 0, 30);
+    EXPECT_EQ(value, 0);
+    value = -1;
+    graph.GetThemeGraphValues(value, 0, 40);
+    EXPECT_EQ(value, 0);
+    EXPECT_THROW(graph.GetThemeGraphValues(value, 1, 10), std::out_of_range);
+
+    graph.InsertJoinArrayFieldAt(1, graph.GetJoinArrayField());
+    EXPECT_EQ(graph.GetJoinArrayField().GetSize(), 6);
+    EXPECT_EQ(graph.GetJoinArrayField()[1], 10);
+    EXPECT_EQ(graph.RemoveJoinArrayFieldAt(4, 9), 2);
+    EXPECT_EQ(graph.RemoveJoinArrayFieldAt(4, 1), 0);
+
+    graph.Add(L"POP");
+    ASSERT_TRUE(graph.ExchangeItem(0, 1));
+    EXPECT_EQ(graph.GetItem(0).FieldExpression, L"POP");
+    EXPECT_EQ(graph.GetItem(1).Caption, L"Sales");
+    // The field item had no values, so it keeps the array item's
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1.5, 2.5}));
+    EXPECT_EQ(graph.GetItem(1).ArrayValues, Values({1.5, 2.5}));
+    EXPECT_FALSE(graph.ExchangeItem(0, 2));
+    EXPECT_EQ(graph.IndexOf(L"pop"), 0);
+    EXPECT_EQ(graph.IndexOf(L"GDP"), -1);
+}
+
+TEST(KrTheme3DGraphTest, QueryFieldsComeFromTheUpdateChart)
+{
+    KrTheme3DGraph graph;
+    graph.SetAliasSuffix(L"_2");
+    BsxArray<BsxUnicodeString> fields;
+    EXPECT_TRUE(graph.GetThemeQueryDef(fields, false));
+    EXPECT_FALSE(graph.GetThemeQueryDef(fields, true));
+    EXPECT_TRUE(fields.IsEmpty());
+
+    graph.Add(L"POP");
+    graph.AddArrayField(L"Sales", Values({1}));
+    graph.Add(L"GDP");
+    EXPECT_FALSE(graph.GetThemeQueryDef(fields, true));
+    graph.PrepareTheme();
+    EXPECT_TRUE(graph.IsNeedUpdate());
+    EXPECT_EQ(graph.GetUpdateGraph().GetCount(), 0);
+    graph.UpdateTheme();
+    EXPECT_FALSE(graph.IsNeedUpdate());
+
+    graph.RemoveAll(); // editing after the hand-over does not reach the query
+    EXPECT_TRUE(graph.GetThemeQueryDef(fields, true));
+    EXPECT_EQ(Texts(fields), (std::vector<std::string>{"POP as ThemeGraph_21", "GDP as ThemeGraph_23"}));
+    fields.RemoveAll();
+    EXPECT_TRUE(graph.GetThemeQueryDef(fields, false));
+    EXPECT_EQ(Texts(fields), (std::vector<std::string>{"ThemeGraph_21", "ThemeGraph_22", "ThemeGraph_23"}));
+    EXPECT_EQ(graph.GetThemeGraphItemType(1), 2);
+    EXPECT_THROW(graph.GetThemeGraphItemType(3), std::out_of_range);
+}
+
+TEST(KrTheme3DGraphTest, AssignmentKeepsOwnPreparedAndUpdateCharts)
+{
+    KrTheme3DGraph target;
+    target.Add(L"mine");
+    target.PrepareTheme();
+    target.UpdateTheme();
+    target.SetModifiedFlag(false);
+
+    KrTheme3DGraph source;
+    source.Add(L"A");
+    source.Add(L"B");
+    source.SetBarWidth(5);
+    source.SetAliasSuffix(L"x");
+    source.SetModifiedFlag(false);
+    target = source;
+    EXPECT_TRUE(target.IsModified());
+    EXPECT_EQ(target.GetCount(), 2);
+    EXPECT_EQ(target.GetBarWidth(), 5);
+    EXPECT_EQ(target.GetAliasSuffix(), L"x");
+    ASSERT_EQ(target.GetUpdateGraph().GetCount(), 1);
+    EXPECT_EQ(target.GetUpdateGraph().GetExpressionAt(0), L"mine");
+    EXPECT_EQ(target.GetPreparedGraph().GetCount(), 1);
+
+    target = target;
+    EXPECT_EQ(target.GetCount(), 2);
+
+    const KrTheme3DGraph copy(target);
+    EXPECT_EQ(copy.GetUpdateGraph().GetCount(), 1);
+    EXPECT_EQ(copy.GetCount(), 2);
+}

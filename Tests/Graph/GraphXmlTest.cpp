@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "Kr3DGraphItem.h"
+#include "KrTheme3DGraph.h"
+#include "TestSupport.h"
+
+using namespace BSX;
+using namespace KRN;
+using T3DTest::LogIds;
+
+namespace {
+// A theme with every member away from its default
+KrTheme3DGraph Configured()
+{
+    KrTheme3DGraph g;
+    g.SetGraphType(KrTheme3DGraph::GraphStackedBar);
+    g.SetBarWidth(12756.274);
+    g.SetStartAngle(90);
+    g.SetShowItemText(true);
+    g.SetItemTextFormat(KrTheme3DGraph::TextCaptionValue);
+    g.SetGraduatedMode(KrTheme3DGraph::GraduatedLogarithm);
+    g.CalExtremumvValue(2.5, 400, BsxRect2D(0, 0, 36, 18), 0, false);
+    g.SetMinSumSize(10);
+    KrTextStyle text = g.GetItemTextStyle();
+    text.SetFaceName(L"TextStyle Sans");
+    text.SetBold(true);
+    g.SetItemTextStyle(text);
+    g.Add(L"POP");
+    KrStyle style;
+    style.SetFillStyle(3);
+    style.SetLineWidth(0.25);
+    g.SetStyleAt(0, style);
+    BsxArray<double> values;
+    values.Add(1.5);
+    values.Add(2);
+    g.AddArrayField(L"Sales & <costs>", values);
+    BsxArray<int> keys;
+    keys.Add(10);
+    keys.Add(-20);
+    g.SetJoinArrayField(keys);
+    return g;
+}
+
+BsxUnicodeString Without(BsxUnicodeString xml, const wchar_t* element)
+{
+    const BsxUnicodeString open = BsxUnicodeString(L"<") + element + L">";
+    const BsxUnicodeString close = BsxUnicodeString(L"</") + element + L">";
+    const int from = xml.Find(open.Cstr());
+    const int to = xml.Find(close.Cstr(), from);
+    return xml.Left(from) + xml.Mid(to + close.GetLength());
+}
+} // namespace
+
+TEST(KrTheme3DGraphXmlTest, RoundTripAndGoldenText)
+{
+    KrTheme3DGraph g = Configured();
+    const BsxUnicodeString xml = g.ToXML(0, L"");
+    EXPECT_EQ(xml, g.ToXML(20090106, L"ignored"));
+    if (std::getenv("T3D_REFRESH_GOLDEN")) T3DTest::WriteData("graph_configured.xml", xml);
+    EXPECT_EQ(xml, T3DTest::ReadData("graph_configured.xml"));
+
+    KrTheme3DGraph back;
+    back.SetModifiedFlag(false);
+    ASSERT_TRUE(back.FromXML(xml, 0, L""));
+    EXPECT_TRUE(back.IsModified());
+    EXPECT_EQ(back.GetType(), KrTheme3D::Theme3DGraph);
+    EXPECT_EQ(back.GetGraphType(), 12);
+    EXPECT_EQ(back.GetBarWidth(), 12756.274);
+    EXPECT_EQ(back.GetStartAngle(), 90);
+    EXPECT_TRUE(back.IsShowItemText());
+    EXPECT_EQ(back.GetItemTextFormat(), 5);
+    EXPECT_EQ(back.GetGraduatedMode(), 2);
+    EXPECT_EQ(back.GetMinSum(), 2.5);
+    EXPECT_EQ(back.GetMaxSum(), 400);
+    EXPECT_EQ(back.GetSqrtMaxSum(), 20);
+    EXPECT_NEAR(back.GetLogMinSum(), g.GetLogMinSum(), 1e-14);
+    EXPECT_NEAR(back.GetMinSize().cx, g.GetMinSize().cx, 1e-12);
+    EXPECT_EQ(back.GetMaxSize().cy, g.GetMaxSize().cy);
+    EXPECT_EQ(back.GetItemTextStyle(), g.GetItemTextStyle());
+    EXPECT_EQ(back.GetJoinArrayField(), g.GetJoinArrayField());
+    ASSERT_EQ(back.GetCount(), 2);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(back.GetItem(i).FieldExpression, g.GetItem(i).FieldExpression);
+        EXPECT_EQ(back.GetItem(i).Caption, g.GetItem(i).Caption);
+        EXPECT_EQ(back.GetItem(i).Style, g.GetItem(i).Style);
+        EXPECT_EQ(back.GetItem(i).Type, g.GetItem(i).Type);
+        EXPECT_EQ(back.GetItem(i).ArrayValues, g.GetItem(i).ArrayValues);
+    }
+}
+
+TEST(KrTheme3DGraphXmlTest, VersionsAndTheLog)
+{
+    KrTheme3DGraph g = Configured();
+    // Other revisions carry the base part only
+    const BsxUnicodeString base = g.KrTheme3D::ToXML(12345, L"");
+    EXPECT_EQ(g.ToXML(12345, L""), base);
+    EXPECT_EQ(base.Find(L"tdx:GraphType"), -1);
+
+    KrTheme3DGraph old = Configured();
+    old.SetModifiedFlag(false);
+    ASSERT_TRUE(old.FromXML(KrTheme3DGraph().ToXML(0, L""), 20031212, L""));
+    EXPECT_EQ(old.GetCount(), 0);
+    EXPECT_TRUE(old.IsModified());
+    EXPECT_EQ(old.GetGraphType(), 12);
+    EXPECT_EQ(old.GetJoinArrayField().GetSize(), 2);
+
+    T3DTest::ClearLog();
+    KrTheme3DGraph other = Configured();
+    EXPECT_FALSE(other.FromXML(L"", 0, L""));
+    EXPECT_FALSE(other.FromXML(L"<tdx:Other/>", 0, L""));
+    EXPECT_EQ(LogIds(), (std::vector<std::string>{"EGg040", "EGg040"}));
+    EXPECT_EQ(other.GetCount(), 2);
+    const auto& records = KrLogFile::GetInstance(false)->GetRecords();
+    EXPECT_NE(records.back().message.Find(L"KrTheme3DGraph"), -1);
+    EXPECT_EQ(records.back().sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DGraph");
+    EXPECT_EQ(records.back().level, 400);
+
+    // Whatever kind the base part names, the theme stays a graph theme
+    BsxUnicodeString foreign = g.ToXML(0, L"");
+    foreign.Replace(L"<tdx:Type>4</tdx:Type>", L"<tdx:Type>2</tdx:Type>");
+    EXPECT_TRUE(other.FromXML(foreign, 0, L""));
+    EXPECT_EQ(other.GetType(), KrTheme3D::Theme3DGraph);
+}
+
+TEST(KrTheme3DGraphXmlTest, KeywordsOrderAndMissingElements)
+{
+    KrTheme3DGraph g;
+    g.SetGraphType(5);
+    g.SetGraduatedMode(7);
+    g.SetItemTextFormat(0);
+    BsxUnicodeString xml = g.ToXML(0, L"");
+    EXPECT_NE(xml.Find(L"<tdx:GraphType>Pie</tdx:GraphType>"), -1);
+    EXPECT_NE(xml.Find(L"<tdx:GraduatedMode>SquareRoot</tdx:GraduatedMode>"), -1);
+    EXPECT_NE(xml.Find(L"<tdx:ItemTextFormat>Percent</tdx:ItemTextFormat>"), -1);
+    EXPECT_EQ(xml.Find(L"tdx:KeyNum"), -1);
+    KrTheme3DGraph back = Configured();
+    ASSERT_TRUE(back.FromXML(xml, 0, L""));
+    EXPECT_EQ(back.GetGraphType(), 6);
+    EXPECT_EQ(back.GetGraduatedMode(), 1);
+    EXPECT_EQ(back.GetItemTextFormat(), 1);
+    EXPECT_EQ(back.GetJoinArrayField().GetSize(), 2); // no key elements: the keys stay
+
+    xml.Replace(L">Pie<", L">stackedbar<");
+    ASSERT_TRUE(back.FromXML(xml, 0, L""));
+    EXPECT_EQ(back.GetGraphType(), 12);
+    xml.Replace(L">stackedbar<", L">Column<");
+    ASSERT_TRUE(back.FromXML(xml, 0, L""));
+    EXPECT_EQ(back.GetGraphType(), 6);
+
+    // The start angle moved before the graph type is not found; a missing element disturbs
+    // nothing after it
+    BsxUnicodeString moved = Configured().ToXML(0, L"");
+    moved = Without(moved, L"tdx:StartAngle");
+    moved.Replace(L"<tdx:GraphType>", L"<tdx:StartAngle>45</tdx:StartAngle><tdx:GraphType>");
+    moved = Without(moved, L"tdx:MaxSum");
+    KrTheme3DGraph reader;
+    reader.SetStartAngle(7);
+    ASSERT_TRUE(reader.FromXML(moved, 0, L""));
+    EXPECT_EQ(reader.GetStartAngle(), 7);
+    EXPECT_EQ(reader.GetMaxSum(), 0);
+    EXPECT_EQ(reader.GetSqrtMaxSum(), 20);
+    EXPECT_EQ(reader.GetCount(), 2);
+
+    BsxUnicodeString keys = Configured().ToXML(0, L"");
+    keys.Replace(L"<tdx:KeyNum>2</tdx:KeyNum>", L"<tdx:KeyNum>3</tdx:KeyNum>");
+    keys = Without(keys, L"tdx:Key1");
+    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
+    std::vector<int> read(reader.GetJoinArrayField().begin(), reader.GetJoinArrayField().end());
+    EXPECT_EQ(read, (std::vector<int>{10, 0, 0}));
+    // Keys out of order: after key 1 the forward search no longer finds key 0
+    keys.Replace(L"<tdx:Key0>10</tdx:Key0>", L"");
+    keys.Replace(L"</tdx:KeyNum>", L"</tdx:KeyNum><tdx:Key1>5</tdx:Key1><tdx:Key2>6</tdx:Key2><tdx:Key0>4</tdx:Key0><tdx:Key01>9</tdx:Key01>");
+    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
+    read.assign(reader.GetJoinArrayField().begin(), reader.GetJoinArrayField().end());
+    EXPECT_EQ(read, (std::vector<int>{4, 0, 0}));
+    // A claimed count is not an allocation
+    keys.Replace(L"<tdx:KeyNum>3</tdx:KeyNum>", L"<tdx:KeyNum>2000000000</tdx:KeyNum>");
+    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
+    EXPECT_LE(reader.GetJoinArrayField().GetSize(), keys.GetLength());
+    EXPECT_EQ(reader.GetJoinArrayField()[1], 0);
+}
+
+TEST(Kr3DGraphItemXmlTest, RecordFormsAndCarryOver)
+{
+    Kr3DGraphItem item;
+    item.Type = Kr3DGraphItem::ArrayItem;
+    item.ArrayValues.Add(1.5);
+    item.ArrayValues.Add(2);
+    const BsxUnicodeString xml = item.ToXML(0);
+    EXPECT_EQ(xml.Find(L"<tdx:GraphItem>"), 0);
+    EXPECT_NE(xml.Find(L"<tdx:ArrayFieldNum>2</tdx:ArrayFieldNum>"), -1);
+    EXPECT_NE(xml.Find(L"<tdx:ArrayField0>1.500000</tdx:ArrayField0>"), -1);
+    EXPECT_NE(xml.Find(L"<tdx:ArrayField1>2.000000</tdx:ArrayField1>"), -1);
+    item.Type = 1;
+    EXPECT_EQ(item.ToXML(0).Find(L"ArrayField"), -1);
+
+    Kr3DGraphItem back;
+    BsxUnicodeString partial = xml;
+    partial.Replace(L"<tdx:ArrayFieldNum>2<", L"<tdx:ArrayFieldNum>3<");
+    partial = Without(partial, L"tdx:ArrayField1");
+    ASSERT_TRUE(back.FromXML(partial, 0));
+    EXPECT_EQ(back.Type, 2);
+    EXPECT_EQ(back.ArrayValues.GetSize(), 3);
+    EXPECT_EQ(back.ArrayValues[0], 1.5);
+    EXPECT_EQ(back.ArrayValues[2], 0);
+
+    KrStyle geo;
+    geo.SetFillStyle(4);
+    geo.SetLineWidth(3);
+    BsxUnicodeString old = L"<tdx:GraphItem><tdx:Caption>c</tdx:Caption>";
+    old += geo.ToXML(0, L"tdx:GeoStyle");
+    old += L"<tdx:Type>4294967295</tdx:Type><tdx:ArrayFieldNum>2000000000</tdx:ArrayFieldNum></tdx:GraphItem>";
+    ASSERT_TRUE(back.FromXML(old, 20031212));
+    EXPECT_EQ(back.Caption, L"c");
+    EXPECT_EQ(back.Style, geo);
+    EXPECT_EQ(back.Type, -1);
+    EXPECT_LE(back.ArrayValues.GetSize(), old.GetLength());
+
+    T3DTest::ClearLog();
+    const Kr3DGraphItem kept = back;
+    EXPECT_FALSE(back.FromXML(L"", 0));
+    EXPECT_FALSE(back.FromXML(L"<tdx:Item/>", 0));
+    EXPECT_EQ(LogIds(), (std::vector<std::string>{"EGg040", "EGg040"}));
+    EXPECT_NE(KrLogFile::GetInstance(false)->GetRecords().back().message.Find(L"KrGraphItem"), -1);
+    EXPECT_EQ(back.Caption, kept.Caption);
+    EXPECT_EQ(back.ArrayValues.GetSize(), kept.ArrayValues.GetSize());
+
+    // Within a theme one item carries over: an array record without values takes the
+    // previous record's
+    KrTheme3DGraph g = Configured();
+    g.SetCaptionAt(0, L"first", g.GetItem(1).ArrayValues);
+    g.SetCaptionAt(1, L"second", BsxArray<double>());
+    KrTheme3DGraph reader;
+    ASSERT_TRUE(reader.FromXML(g.ToXML(0, L""), 0, L""));
+    ASSERT_EQ(reader.GetCount(), 2);
+    EXPECT_EQ(reader.GetItem(1).ArrayValues.GetSize(), 2);
+    EXPECT_EQ(reader.GetItem(1).Caption, L"second");
+}
