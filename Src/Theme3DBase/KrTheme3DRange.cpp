@@ -16,6 +16,8 @@ namespace {
 constexpr const wchar_t* kFieldPrefix = L"Theme3DRange";
 constexpr const wchar_t* kSourceFile = L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DRange";
 constexpr double kTolerance = 1e-10;
+// Up to this many breaks a walk is cheaper than checking the order and searching
+constexpr int kWalkBreaks = 8;
 
 bool Near(double a, double b)
 {
@@ -235,16 +237,16 @@ int KrTheme3DRange::RangeIndex(double value) const
     const int n = std::min(GetValueCount(), Values.GetSize());
     if (n < 1) return 0;
     const double* b = Values.GetData();
-    const BreakOrder& order = Order();
+    const bool search = n > kWalkBreaks;
     if (!Descending) {
-        if (order.ascending)
+        if (search && Order().ascending)
             return static_cast<int>(
                 std::partition_point(b, b + n, [value](double x) { return !StopsAscending(x, value); }) - b);
         int k = 0;
         while (k < n && !StopsAscending(b[k], value)) ++k;
         return k;
     }
-    if (order.descending)
+    if (search && Order().descending)
         return static_cast<int>(
             std::partition_point(b, b + n, [value](double x) { return !StopsDescending(x, value); }) - b);
     int k = 0;
