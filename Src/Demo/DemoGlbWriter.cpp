@@ -209,6 +209,8 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
     Pad(jsonBytes, ' ');
     std::vector<std::uint8_t> out;
     const size_t length = 12 + 8 + jsonBytes.size() + (hasMesh ? 8 + b.bin.size() : 0);
+    // The container counts its length in 32 bits
+    if (length > 0xFFFFFFFFu) return out;
     PutU32(out, kMagic);
     PutU32(out, 2);
     PutU32(out, static_cast<std::uint32_t>(length));
@@ -226,6 +228,10 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
 bool DemoGlbWriter::Write(const DemoScene& scene, const std::string& path, std::string& error)
 {
     const std::vector<std::uint8_t> bytes = Encode(scene);
+    if (bytes.empty()) {
+        error = "the scene for '" + path + "' is larger than a .glb file can hold (4 GiB)";
+        return false;
+    }
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     if (out) out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!out) {

@@ -10,7 +10,7 @@ namespace KRN {
 
 class DemoGlbWriter {
 public:
-    // The whole file: header, JSON chunk, BIN chunk
+    // The whole file: header, JSON chunk, BIN chunk; empty when it would exceed 4 GiB
     static std::vector<std::uint8_t> Encode(const DemoScene& scene);
     // False with a message when the file cannot be written
     static bool Write(const DemoScene& scene, const std::string& path, std::string& error);
