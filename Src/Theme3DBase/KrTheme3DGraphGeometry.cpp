@@ -1,6 +1,8 @@
 // Chart geometry of the graph theme: sums and default sizes for a layer, and the solids and
 // texts of one feature's chart.
 #include <cmath>
+#include <cstdio>
+#include <string>
 #include <memory>
 
 #include "KrGeoCompound.h"
@@ -35,13 +37,28 @@ bool IsZero(double x) { return -kNearZero < x && x < kNearZero; }
 // Metres along a parallel or meridian to degrees, at the equator's scale
 double MetresToDegrees(double metres) { return metres * 360.0 / kEarthCircumference; }
 
-// "%.Nf" text with trailing zeros, then trailing points, removed
-BsxUnicodeString TrimNumber(BsxUnicodeString text)
+// One number in a printf format, widened; texts are drawn per item of every feature, so this
+// avoids the wide formatter. Formats here print at most the integer digits of a double, a
+// point, five decimals and a sign, which the buffer holds.
+BsxUnicodeString FormatNumber(const char* format, double value)
 {
+    char buffer[400];
+    const int n = std::snprintf(buffer, sizeof buffer, format, value);
+    if (n <= 0) return BsxUnicodeString();
+    const size_t length = static_cast<size_t>(n) < sizeof buffer ? static_cast<size_t>(n) : sizeof buffer - 1;
+    return BsxUnicodeString(std::wstring(buffer, buffer + length));
+}
+
+// "%.5f" text with trailing zeros, then trailing points, removed
+BsxUnicodeString TrimmedValue(double value)
+{
+    BsxUnicodeString text = FormatNumber("%.5f", value);
     text.TrimRight(L'0');
     text.TrimRight(L'.');
     return text;
 }
+
+BsxUnicodeString Percent(double value, double total) { return FormatNumber("%.1f%%", value / total * 100.0); }
 
 std::unique_ptr<KrGeoCompound> NewCompound()
 {
@@ -270,23 +287,21 @@ KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int c
 
 BsxUnicodeString KrTheme3DGraph::GetItemString(const double& value, const int& index, const double& total)
 {
-    BsxUnicodeString text;
     switch (m_itemTextFormat) {
-    case TextValue:
-        text.Format(L"%.5f", value);
-        return TrimNumber(text);
+    case TextValue: return TrimmedValue(value);
     case TextCaption: return m_graph.GetCaptionAt(index);
     case TextCaptionPercent:
-        if (IsZero(total)) return text;
-        text.Format(L"%s %.1f%%", m_graph.GetCaptionAt(index).Cstr(), value / total * 100.0);
+        if (IsZero(total)) return BsxUnicodeString();
+        return m_graph.GetCaptionAt(index) + L" " + Percent(value, total);
+    case TextCaptionValue: {
+        BsxUnicodeString text = m_graph.GetCaptionAt(index) + L" " + FormatNumber("%.5f", value);
+        text.TrimRight(L'0');
+        text.TrimRight(L'.');
         return text;
-    case TextCaptionValue:
-        text.Format(L"%s %.5f", m_graph.GetCaptionAt(index).Cstr(), value);
-        return TrimNumber(text);
+    }
     default:
-        if (IsZero(total)) return text;
-        text.Format(L"%.1f%%", value / total * 100.0);
-        return text;
+        if (IsZero(total)) return BsxUnicodeString();
+        return Percent(value, total);
     }
 }
 
