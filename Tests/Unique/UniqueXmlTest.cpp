@@ -89,6 +89,15 @@ TEST(KrTheme3DUniqueXmlTest, WritesTheGoldenDocumentsAndReadsThemBack)
     ASSERT_TRUE(moved.FromXML(golden, 0, L"/elsewhere"));
     EXPECT_EQ(moved.Find(L"b")->Style.GetIconName(), L"/elsewhere/icons/b.png");
     EXPECT_EQ(moved.Find(L"a")->Style.GetIconName(), L"");
+
+    // Icon names outside ASCII go both ways as well
+    KrTheme3DUnique wide;
+    KrTheme3DItem item;
+    item.Style.SetIconName(L"/data/project/\u56fe\u6807/\u5317.png");
+    wide.Add(L"\u5317", item);
+    KrTheme3DUnique wideBack;
+    ASSERT_TRUE(wideBack.FromXML(wide.ToXML(0, kDir), 0, L"/other"));
+    EXPECT_EQ(wideBack.Find(L"\u5317")->Style.GetIconName(), L"/other/\u56fe\u6807/\u5317.png");
 }
 
 TEST(KrTheme3DUniqueXmlTest, EnvelopeFailuresLeaveTheThemeAsItWas)
