@@ -128,12 +128,11 @@ BsxUnicodeString Kr3DGraphItem::ToXML(int version) const
     ThemeXml::AddInt(markup, kTypeName, Type);
     if (Type == ArrayItem && !ArrayValues.IsEmpty()) {
         ThemeXml::AddInt(markup, kArrayCountName, ArrayValues.GetSize());
-        BsxUnicodeString name;
+        const BsxUnicodeString prefix(kArrayValuePrefix);
         BsxUnicodeString value;
         for (int i = 0; i < ArrayValues.GetSize(); ++i) {
-            name.Format(L"%s%d", kArrayValuePrefix, i);
             value.Format(L"%f", ArrayValues[i]);
-            ThemeXml::AddText(markup, name.Cstr(), value);
+            ThemeXml::AddText(markup, (prefix + ThemeXml::Int(i)).Cstr(), value);
         }
     }
     return markup.GetDoc();

@@ -438,11 +438,9 @@ BsxUnicodeString KrTheme3DGraph::ToXML(int version, BsxUnicodeString) const
     markup.AddSubDoc(RenameTextStyle(m_itemTextStyle.ToXML(v), L"tdx:TextStyle", kItemTextStyleName).Cstr(), false, true);
     if (!m_keys.IsEmpty()) {
         ThemeXml::AddInt(markup, kKeyCountName, m_keys.GetSize());
-        BsxUnicodeString name;
-        for (int i = 0; i < m_keys.GetSize(); ++i) {
-            name.Format(L"%s%d", kKeyPrefix, i);
-            ThemeXml::AddInt(markup, name.Cstr(), m_keys[i]);
-        }
+        const BsxUnicodeString prefix(kKeyPrefix);
+        for (int i = 0; i < m_keys.GetSize(); ++i)
+            ThemeXml::AddInt(markup, (prefix + ThemeXml::Int(i)).Cstr(), m_keys[i]);
     }
     return markup.GetDoc();
 }
