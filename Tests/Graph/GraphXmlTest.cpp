@@ -67,29 +67,11 @@ TEST(KrTheme3DGraphXmlTest, RoundTripAndGoldenText)
     back.SetModifiedFlag(false);
     ASSERT_TRUE(back.FromXML(xml, 0, L""));
     EXPECT_TRUE(back.IsModified());
-    EXPECT_EQ(back.GetType(), KrTheme3D::Theme3DGraph);
-    EXPECT_EQ(back.GetGraphType(), 12);
+    // Everything written comes back: the reread theme writes the same document
+    EXPECT_EQ(back.ToXML(0, L""), xml);
     EXPECT_EQ(back.GetBarWidth(), 12756.274);
-    EXPECT_EQ(back.GetStartAngle(), 90);
-    EXPECT_TRUE(back.IsShowItemText());
-    EXPECT_EQ(back.GetItemTextFormat(), 5);
-    EXPECT_EQ(back.GetGraduatedMode(), 2);
-    EXPECT_EQ(back.GetMinSum(), 2.5);
-    EXPECT_EQ(back.GetMaxSum(), 400);
-    EXPECT_EQ(back.GetSqrtMaxSum(), 20);
-    EXPECT_NEAR(back.GetLogMinSum(), g.GetLogMinSum(), 1e-14);
-    EXPECT_NEAR(back.GetMinSize().cx, g.GetMinSize().cx, 1e-12);
-    EXPECT_EQ(back.GetMaxSize().cy, g.GetMaxSize().cy);
     EXPECT_EQ(back.GetItemTextStyle(), g.GetItemTextStyle());
-    EXPECT_EQ(back.GetJoinArrayField(), g.GetJoinArrayField());
-    ASSERT_EQ(back.GetCount(), 2);
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(back.GetItem(i).FieldExpression, g.GetItem(i).FieldExpression);
-        EXPECT_EQ(back.GetItem(i).Caption, g.GetItem(i).Caption);
-        EXPECT_EQ(back.GetItem(i).Style, g.GetItem(i).Style);
-        EXPECT_EQ(back.GetItem(i).Type, g.GetItem(i).Type);
-        EXPECT_EQ(back.GetItem(i).ArrayValues, g.GetItem(i).ArrayValues);
-    }
+    EXPECT_EQ(back.GetItem(1).ArrayValues, g.GetItem(1).ArrayValues);
 }
 
 TEST(KrTheme3DGraphXmlTest, VersionsAndTheLog)
