@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "KrConvert.h"
 #include "KrFile.h"
@@ -20,15 +22,38 @@ bool IsSupportedVersion(int version) { return version == kVersion20090106 || ver
 BsxUnicodeString Real(double value)
 {
     if (!std::isfinite(value)) value = 0.0;
-    char buf[400]; // "%.15f" of the largest double needs 309 digits, a sign, a point and 15 decimals
-    int n = std::snprintf(buf, sizeof buf, "%.15f", value);
-    if (n <= 0 || static_cast<size_t>(n) >= sizeof buf) return BsxUnicodeString(L"0");
-    std::string s(buf, static_cast<size_t>(n));
+    // Fixed notation with 15 decimals, but never more than 15 significant digits: the digits a
+    // double holds reliably. "%.15f" alone would print binary noise for larger numbers
+    // (12756.274 as 12756.273999999999432).
+    char sci[32];
+    std::snprintf(sci, sizeof sci, "%.14e", value);
+    const char* p = sci;
+    std::string s;
+    if (*p == '-') { s += '-'; ++p; }
+    std::string digits;
+    for (; *p && *p != 'e'; ++p)
+        if (*p != '.') digits += *p;
+    const int exponent = *p == 'e' ? std::atoi(p + 1) : 0;
+    if (exponent < -1) {
+        // Below 0.1 fifteen decimals hold fewer than fifteen significant digits: plain rounding
+        char buf[64];
+        std::snprintf(buf, sizeof buf, "%.15f", value);
+        s = buf;
+    } else {
+        const size_t integerDigits = static_cast<size_t>(exponent) + 1;
+        if (integerDigits == 0) {
+            s += "0." + digits;
+        } else if (integerDigits >= digits.size()) {
+            s += digits + std::string(integerDigits - digits.size(), '0');
+        } else {
+            s += digits.substr(0, integerDigits) + "." + digits.substr(integerDigits);
+        }
+    }
     if (s.find('.') != std::string::npos) {
         while (!s.empty() && s.back() == '0') s.pop_back();
         if (!s.empty() && s.back() == '.') s.pop_back();
     }
-    if (s == "-0") s = "0";
+    if (s == "-0" || s.empty() || s == "-") s = "0";
     return BsxUnicodeString::FromUtf8(s);
 }
 

@@ -28,6 +28,11 @@ TEST(ThemeXmlConventionsTest, RealsVersionsAndBooleans)
     EXPECT_EQ(ThemeXml::Real(0), L"0");
     EXPECT_EQ(ThemeXml::Real(2.5), L"2.5");
     EXPECT_EQ(ThemeXml::Real(10), L"10");
+    // Fifteen significant digits at most: no binary noise in larger numbers
+    EXPECT_EQ(ThemeXml::Real(12756.274), L"12756.274");
+    EXPECT_EQ(ThemeXml::Real(-63781.37), L"-63781.37");
+    EXPECT_EQ(ThemeXml::Real(1e20), L"100000000000000000000");
+    EXPECT_EQ(ThemeXml::Real(0.000123456789), L"0.000123456789");
     EXPECT_EQ(ThemeXml::Real(1e-20), L"0");
     EXPECT_EQ(ThemeXml::Real(-1e-20), L"0");
     EXPECT_EQ(ThemeXml::Real(-0.25), L"-0.25");
