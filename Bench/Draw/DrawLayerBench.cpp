@@ -177,9 +177,9 @@ void BM_DrawCustom(benchmark::State& state)
 } // namespace
 
 // One iteration draws one feature: a run of kFeatures iterations draws the whole layer once
-BENCHMARK(BM_DrawReference)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DrawUnique)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DrawRange)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DrawLabel)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DrawGraph)->Arg(4)->Arg(12)->Arg(6)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DrawCustom)->Iterations(kFeatures)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DrawReference)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_DrawUnique)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_DrawRange)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_DrawLabel)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_DrawGraph)->Arg(4)->Arg(12)->Arg(6)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
+BENCHMARK(BM_DrawCustom)->Iterations(kFeatures)->Unit(benchmark::kNanosecond);
