@@ -7,6 +7,7 @@
 #include <string>
 
 #include "BsxUnicodeString.h"
+#include "FuzzCheck.h"
 #include "KrFeature.h"
 #include "KrGeometry.h"
 #include "KrStyle.h"
@@ -20,8 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
     KRN::KrTheme3DCustom theme;
     theme.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString());
+    const BSX::BsxUnicodeString first = theme.ToXML(version, BSX::BsxUnicodeString());
     KRN::KrTheme3DCustom again;
-    again.FromXML(theme.ToXML(version, BSX::BsxUnicodeString()), version, BSX::BsxUnicodeString());
+    again.FromXML(first, version, BSX::BsxUnicodeString());
+    FuzzCheck::SameText(first, again.ToXML(version, BSX::BsxUnicodeString()), "custom theme");
 
     // Whatever field names the document gave, every field below answers one of them
     const double values[] = {std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -HUGE_VAL, 1e300, -1e300,

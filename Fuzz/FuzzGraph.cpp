@@ -6,16 +6,21 @@
 #include <vector>
 
 #include "BsxUnicodeString.h"
+#include "FuzzCheck.h"
 #include "KrGeometry.h"
 #include "KrTheme3DGraph.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string text(reinterpret_cast<const char*>(data), size);
+    const int versions[] = {0, 20031211, 20031212, 20090106, 20120328, 1};
+    const int version = size > 0 ? versions[data[0] % 6] : 0;
     KRN::KrTheme3DGraph graph;
-    if (!graph.FromXML(BSX::BsxUnicodeString::FromUtf8(text), 0, BSX::BsxUnicodeString())) return 0;
+    if (!graph.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString())) return 0;
+    const BSX::BsxUnicodeString first = graph.ToXML(0, BSX::BsxUnicodeString());
     KRN::KrTheme3DGraph again;
-    again.FromXML(graph.ToXML(0, BSX::BsxUnicodeString()), 0, BSX::BsxUnicodeString());
+    FuzzCheck::Require(again.FromXML(first, 0, BSX::BsxUnicodeString()), "a graph theme refuses its own text");
+    FuzzCheck::SameText(first, again.ToXML(0, BSX::BsxUnicodeString()), "graph theme");
     graph.PrepareTheme();
     graph.UpdateTheme();
     // Drawing reads captions from the working chart and styles from the update chart, which

@@ -9,6 +9,7 @@
 #include "BsxArray.h"
 #include "BsxUnicodeString.h"
 #include "BsxVariant.h"
+#include "FuzzCheck.h"
 #include "KrTheme3DItem.h"
 #include "KrTheme3DRange.h"
 
@@ -21,8 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KRN::KrTheme3DRange theme;
     theme.SetExternalValueMode(data[0] / 4 % 3);
     theme.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString(L"/d"));
+    const BSX::BsxUnicodeString first = theme.ToXML(version, BSX::BsxUnicodeString(L"/d"));
     KRN::KrTheme3DRange again;
-    again.FromXML(theme.ToXML(version, BSX::BsxUnicodeString(L"/d")), version, BSX::BsxUnicodeString(L"/d"));
+    again.FromXML(first, version, BSX::BsxUnicodeString(L"/d"));
+    FuzzCheck::SameText(first, again.ToXML(version, BSX::BsxUnicodeString(L"/d")), "range theme");
 
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double reals[] = {nan, HUGE_VAL, -HUGE_VAL, 1e300, -1e300, 0.0, 2.5, 1e-20};

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "BsxUnicodeString.h"
+#include "FuzzCheck.h"
 #include "BsxVariant.h"
 #include "KrTheme3DItem.h"
 #include "KrTheme3DUnique.h"
@@ -20,8 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KRN::KrTheme3DUnique theme;
     theme.SetExternalValueMode(data[0] / 4 % 3);
     theme.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString(L"/d"));
+    const BSX::BsxUnicodeString first = theme.ToXML(version, BSX::BsxUnicodeString(L"/d"));
     KRN::KrTheme3DUnique again;
-    again.FromXML(theme.ToXML(version, BSX::BsxUnicodeString(L"/d")), version, BSX::BsxUnicodeString(L"/d"));
+    again.FromXML(first, version, BSX::BsxUnicodeString(L"/d"));
+    FuzzCheck::SameText(first, again.ToXML(version, BSX::BsxUnicodeString(L"/d")), "unique theme");
 
     const BSX::BsxVariant values[] = {
         BSX::BsxVariant(std::numeric_limits<double>::quiet_NaN()), BSX::BsxVariant(HUGE_VAL), BSX::BsxVariant(-HUGE_VAL),
