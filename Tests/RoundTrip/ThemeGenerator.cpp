@@ -101,6 +101,7 @@ KrTheme3DItem ThemeGenerator::Item(const BsxUnicodeString& iconDir)
 
 void ThemeGenerator::Base(KrTheme3D& theme)
 {
+    if (!m_base) return;
     if (Flag()) theme.SetAliasSuffix(BsxUnicodeString::FromUtf8(std::to_string(Int(0, 999))));
     theme.SetExternalValueMode(Int(0, 2));
     for (int i = Int(0, 3); i > 0; --i) theme.SetExternalValue(Text(5), Text(5));

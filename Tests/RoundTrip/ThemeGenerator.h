@@ -24,6 +24,8 @@ using namespace KRN;
 class ThemeGenerator {
 public:
     explicit ThemeGenerator(std::uint32_t seed) : m_rng(seed) {}
+    // Leaves the base part (alias suffix, external values) at its defaults
+    void SkipBase() { m_base = false; }
 
     int Int(int low, int high) { return std::uniform_int_distribution<int>(low, high)(m_rng); }
     bool Flag() { return Int(0, 1) == 1; }
@@ -40,8 +42,8 @@ public:
 
     // The base part every kind carries: alias suffix, external-value mode and table
     void Base(KrTheme3D& theme);
-    void Fill(KrTheme3DUnique& theme, const BSX::BsxUnicodeString& iconDir);
-    void Fill(KrTheme3DRange& theme, const BSX::BsxUnicodeString& iconDir);
+    void Fill(KrTheme3DUnique& theme, const BSX::BsxUnicodeString& iconDir = BSX::BsxUnicodeString(L"/data/scene"));
+    void Fill(KrTheme3DRange& theme, const BSX::BsxUnicodeString& iconDir = BSX::BsxUnicodeString(L"/data/scene"));
     void Fill(KrTheme3DLabel& theme);
     void Fill(KrTheme3DGraph& theme);
     void Fill(Kr3DGraphItem& item);
@@ -49,6 +51,7 @@ public:
 
 private:
     std::mt19937 m_rng;
+    bool m_base = true;
 };
 
 } // namespace T3DTest
