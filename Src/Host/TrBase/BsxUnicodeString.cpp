@@ -18,18 +18,18 @@ BsxUnicodeString& BsxUnicodeString::operator=(const wchar_t* text)
     return *this;
 }
 
-BsxUnicodeString BsxUnicodeString::FromUtf8(const std::string& text)
+BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
 {
     std::wstring out;
-    out.reserve(text.size());
-    const auto* s = reinterpret_cast<const unsigned char*>(text.data());
-    const size_t n = text.size();
+    out.reserve(length);
+    const auto* s = reinterpret_cast<const unsigned char*>(text);
+    const size_t n = text ? length : 0;
     size_t i = 0;
     while (i < n) {
         unsigned char c = s[i];
         unsigned int cp = 0;
         int extra = 0;
-        if (c < 0x80) { cp = c; }
+        if (c < 0x80) { out += static_cast<wchar_t>(c); ++i; continue; }
         else if ((c & 0xE0) == 0xC0) { cp = c & 0x1F; extra = 1; }
         else if ((c & 0xF0) == 0xE0) { cp = c & 0x0F; extra = 2; }
         else if ((c & 0xF8) == 0xF0) { cp = c & 0x07; extra = 3; }
@@ -46,12 +46,13 @@ BsxUnicodeString BsxUnicodeString::FromUtf8(const std::string& text)
     return BsxUnicodeString(std::move(out));
 }
 
-std::string BsxUnicodeString::ToUtf8() const
+std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
 {
     std::string out;
-    out.reserve(m_text.size());
-    for (wchar_t wc : m_text) {
-        auto cp = static_cast<unsigned int>(wc);
+    out.reserve(length);
+    for (size_t i = 0; i < length; ++i) {
+        auto cp = static_cast<unsigned int>(text[i]);
+        if (cp < 0x80) { out += static_cast<char>(cp); continue; }
         if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
         if (cp < 0x80) out += static_cast<char>(cp);
         else if (cp < 0x800) { out += static_cast<char>(0xC0 | (cp >> 6)); out += static_cast<char>(0x80 | (cp & 0x3F)); }

@@ -18,8 +18,10 @@ public:
     BsxUnicodeString& operator=(const wchar_t* text);
 
     // UTF-8 conversions (invalid sequences become U+FFFD)
-    static BsxUnicodeString FromUtf8(const std::string& text);
-    std::string ToUtf8() const;
+    static BsxUnicodeString FromUtf8(const std::string& text) { return FromUtf8(text.data(), text.size()); }
+    static BsxUnicodeString FromUtf8(const char* text, size_t length);
+    std::string ToUtf8() const { return ToUtf8(m_text.data(), m_text.size()); }
+    static std::string ToUtf8(const wchar_t* text, size_t length);
 
     BsxUnicodeString& operator+=(const BsxUnicodeString& other) { m_text += other.m_text; return *this; }
     BsxUnicodeString& operator+=(const wchar_t* other) { if (other) m_text += other; return *this; }

@@ -1,7 +1,7 @@
 #include "KrMarkup.h"
 
 #include <pugixml.hpp>
-#include <sstream>
+#include <cwchar>
 
 namespace KRN {
 
@@ -34,7 +34,13 @@ struct KrMarkup::Impl {
 namespace {
 const unsigned kParseFlags = pugi::parse_default | pugi::parse_ws_pcdata_single;
 
-std::string Utf8(const wchar_t* text) { return BsxUnicodeString(text).ToUtf8(); }
+std::string Utf8(const wchar_t* text) { return text ? BsxUnicodeString::ToUtf8(text, std::wcslen(text)) : std::string(); }
+
+// Collects printed XML straight into a string
+struct StringWriter : pugi::xml_writer {
+    std::string text;
+    void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
+};
 BsxUnicodeString Wide(const char* text) { return BsxUnicodeString::FromUtf8(text ? text : ""); }
 
 bool NameMatches(const pugi::xml_node& n, const std::string& name)
@@ -51,9 +57,9 @@ pugi::xml_node NextMatch(pugi::xml_node from, const std::string& name)
 
 BsxUnicodeString Serialize(const pugi::xml_node& node)
 {
-    std::ostringstream out;
+    StringWriter out;
     node.print(out, "  ", pugi::format_indent | pugi::format_no_declaration);
-    std::string s = out.str();
+    std::string& s = out.text;
     while (!s.empty() && (s.back() == '\n' || s.back() == '\r')) s.pop_back();
     return BsxUnicodeString::FromUtf8(s);
 }
@@ -85,9 +91,9 @@ bool KrMarkup::IsWellFormed() const { return m_impl->wellFormed; }
 
 BsxUnicodeString KrMarkup::GetDoc() const
 {
-    std::ostringstream out;
+    StringWriter out;
     m_impl->doc.save(out, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
-    return BsxUnicodeString::FromUtf8(out.str());
+    return BsxUnicodeString::FromUtf8(out.text);
 }
 
 bool KrMarkup::FindElem(const wchar_t* name)

@@ -1,6 +1,7 @@
 #pragma once
 // Writer and reader visitors for the property lists of KrStyle and KrTextStyle.
 #include <climits>
+#include <string>
 #include <limits>
 #include <type_traits>
 
@@ -21,19 +22,21 @@ struct PropertyWriter {
     template <class T, class = std::enable_if_t<std::is_integral<T>::value || std::is_enum<T>::value>>
     void operator()(const wchar_t* n, const T& v)
     {
-        BSX::BsxUnicodeString s;
-        s.Format(L"%lld", static_cast<long long>(v));
-        Add(n, s);
+        Add(n, BSX::BsxUnicodeString(std::to_wstring(static_cast<long long>(v))));
     }
 };
 
 // Reads each property from the first child of its name below the current element
 struct PropertyReader {
     KrMarkup& markup;
+    // Properties come in document order, so the search goes on from the last one found and
+    // starts over only when a document has them in another order
     bool Find(const wchar_t* name, BSX::BsxUnicodeString& text)
     {
-        markup.ResetChildPos();
-        if (!markup.FindChildElem(name)) return false;
+        if (!markup.FindChildElem(name)) {
+            markup.ResetChildPos();
+            if (!markup.FindChildElem(name)) return false;
+        }
         text = markup.GetChildData();
         return true;
     }

@@ -1,6 +1,7 @@
 #include "KrStyleXml.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cwchar>
 
 namespace KRN {
@@ -8,9 +9,9 @@ namespace StyleXml {
 
 BSX::BsxUnicodeString Real(double value)
 {
-    BSX::BsxUnicodeString s;
-    s.Format(L"%.17g", value);
-    return s;
+    char buf[32];
+    const int n = std::snprintf(buf, sizeof buf, "%.17g", value);
+    return BSX::BsxUnicodeString::FromUtf8(buf, n > 0 ? static_cast<size_t>(n) : 0);
 }
 
 BSX::BsxUnicodeString Color(const KrColorValue3D& c)
