@@ -20,44 +20,62 @@ BsxUnicodeString& BsxUnicodeString::operator=(const wchar_t* text)
 
 BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
 {
-    std::wstring out;
-    out.reserve(length);
-    const auto* s = reinterpret_cast<const unsigned char*>(text);
     const size_t n = text ? length : 0;
+    // Never more characters than bytes: size once, write through a pointer, trim at the end
+    std::wstring out(n, L'\0');
+    wchar_t* o = &out[0];
+    const auto* s = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < n) {
         unsigned char c = s[i];
         unsigned int cp = 0;
         int extra = 0;
-        if (c < 0x80) { out += static_cast<wchar_t>(c); ++i; continue; }
+        if (c < 0x80) { *o++ = static_cast<wchar_t>(c); ++i; continue; }
         else if ((c & 0xE0) == 0xC0) { cp = c & 0x1F; extra = 1; }
         else if ((c & 0xF0) == 0xE0) { cp = c & 0x0F; extra = 2; }
         else if ((c & 0xF8) == 0xF0) { cp = c & 0x07; extra = 3; }
-        else { out += L'\xFFFD'; ++i; continue; }
+        else { *o++ = L'\xFFFD'; ++i; continue; }
         bool ok = true;
         for (int k = 1; k <= extra; ++k) {
             if (i + k >= n || (s[i + k] & 0xC0) != 0x80) { ok = false; break; }
             cp = (cp << 6) | (s[i + k] & 0x3F);
         }
-        if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) { out += L'\xFFFD'; ++i; continue; }
-        out += static_cast<wchar_t>(cp);
+        if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) { *o++ = L'\xFFFD'; ++i; continue; }
+        *o++ = static_cast<wchar_t>(cp);
         i += static_cast<size_t>(extra) + 1;
     }
+    out.resize(static_cast<size_t>(o - out.data()));
     return BsxUnicodeString(std::move(out));
 }
 
 std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
 {
-    std::string out;
-    out.reserve(length);
+    // Documents are long: size the result once, then write bytes through a pointer
+    auto valid = [](unsigned int cp) { return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF) ? cp : 0xFFFDu; };
+    size_t bytes = 0;
     for (size_t i = 0; i < length; ++i) {
-        auto cp = static_cast<unsigned int>(text[i]);
-        if (cp < 0x80) { out += static_cast<char>(cp); continue; }
-        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
-        if (cp < 0x80) out += static_cast<char>(cp);
-        else if (cp < 0x800) { out += static_cast<char>(0xC0 | (cp >> 6)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
-        else if (cp < 0x10000) { out += static_cast<char>(0xE0 | (cp >> 12)); out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
-        else { out += static_cast<char>(0xF0 | (cp >> 18)); out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F)); out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F)); out += static_cast<char>(0x80 | (cp & 0x3F)); }
+        const unsigned int cp = valid(static_cast<unsigned int>(text[i]));
+        bytes += cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+    }
+    std::string out(bytes, '\0');
+    char* o = &out[0];
+    for (size_t i = 0; i < length; ++i) {
+        const unsigned int cp = valid(static_cast<unsigned int>(text[i]));
+        if (cp < 0x80) {
+            *o++ = static_cast<char>(cp);
+        } else if (cp < 0x800) {
+            *o++ = static_cast<char>(0xC0 | (cp >> 6));
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+        } else if (cp < 0x10000) {
+            *o++ = static_cast<char>(0xE0 | (cp >> 12));
+            *o++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+        } else {
+            *o++ = static_cast<char>(0xF0 | (cp >> 18));
+            *o++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+            *o++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+        }
     }
     return out;
 }
