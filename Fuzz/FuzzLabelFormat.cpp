@@ -7,6 +7,7 @@
 
 #include "BsxUnicodeString.h"
 #include "BsxVariant.h"
+#include "FuzzCheck.h"
 #include "KrLogFile.h"
 #include "KrMarkup.h"
 #include "KrTheme3DLabel.h"
@@ -22,9 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const BSX::BsxUnicodeString format =
         BSX::BsxUnicodeString::FromUtf8(std::string(reinterpret_cast<const char*>(data), size));
 
+    // Whatever the width or precision a format asks for, a label stays about as long as the
+    // format's own text plus the digits of a double
+    const int bound = format.GetLength() + 1024;
     KRN::KrTheme3DLabel label;
     label.SetNumFormat(format);
-    label.GetStringFromVariant(BSX::BsxVariant(value));
+    FuzzCheck::Require(label.GetStringFromVariant(BSX::BsxVariant(value)).GetLength() <= bound, "label text out of bounds");
     label.GetStringFromVariant(BSX::BsxVariant(static_cast<float>(value)));
 
     // The base part of a label document followed by the format as its only own element
@@ -33,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         doc.AddElem(L"tdx:NumFormat", format.Cstr(), false, true);
         KRN::KrTheme3DLabel stored;
         stored.FromXML(doc.GetDoc(), 0, BSX::BsxUnicodeString());
-        stored.GetStringFromVariant(BSX::BsxVariant(value));
+        FuzzCheck::Require(stored.GetStringFromVariant(BSX::BsxVariant(value)).GetLength() <= bound, "label text out of bounds");
         stored.GetStringFromVariant(BSX::BsxVariant(static_cast<float>(value)));
     }
     KRN::KrLogFile::GetInstance(false)->ClearRecords();
