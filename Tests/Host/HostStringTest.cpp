@@ -2,6 +2,9 @@
 
 #include <climits>
 #include <stdexcept>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "BsxArray.h"
 #include "BsxColor.h"
@@ -33,27 +36,21 @@ TEST(BsxUnicodeStringTest, FormatTakesPercentSAsWideString)
 
 TEST(BsxUnicodeStringTest, TrimFindReplaceAndSlices)
 {
-    BsxUnicodeString s(L"  \tabc  \n");
+    BsxUnicodeString s(L"  \tabc  \n"), z(L"12.5000"), set(L"xxyabcyx");
     s.TrimLeft();
     s.TrimRight();
-    EXPECT_EQ(s, L"abc");
-    BsxUnicodeString z(L"12.5000");
     z.TrimRight(L'0');
-    EXPECT_EQ(z, L"12.5");
-    BsxUnicodeString set(L"xxyabcyx");
     set.TrimLeft(L"xy");
     set.TrimRight(L"xy");
+    EXPECT_EQ(s, L"abc");
+    EXPECT_EQ(z, L"12.5");
     EXPECT_EQ(set, L"abc");
 
-    BsxUnicodeString t(L"A [#] B[#]C");
-    EXPECT_EQ(t.Find(L"[#]"), 2);
-    EXPECT_EQ(t.Find(L"[#]", 3), 7);
-    EXPECT_EQ(t.Find(L"[#]", 8), -1);
+    const BsxUnicodeString t(L"A [#] B[#]C");
+    for (const auto& f : std::vector<std::pair<int, int>>{{0, 2}, {3, 7}, {8, -1}}) EXPECT_EQ(t.Find(L"[#]", f.first), f.second);
     EXPECT_EQ(t.Find(L"zz"), -1);
-    EXPECT_EQ(t.Left(1), L"A");
-    EXPECT_EQ(t.Right(1), L"C");
+    EXPECT_EQ(t.Left(1) + t.Right(1) + t.Left(-1), L"AC");
     EXPECT_EQ(t.Right(100), t);
-    EXPECT_EQ(t.Left(-1), L"");
 
     BsxUnicodeString r(L"tdx:TextStyle><tdx:TextStyle");
     EXPECT_EQ(r.Replace(L"TextStyle", L"ItemTextStyle"), 2);
@@ -66,14 +63,12 @@ TEST(BsxUnicodeStringTest, TrimFindReplaceAndSlices)
 
 TEST(BsxUnicodeStringTest, NumbersAndUtf8)
 {
-    EXPECT_DOUBLE_EQ(BsxUnicodeString(L" 2.50x").ToDouble(), 2.5);
-    EXPECT_DOUBLE_EQ(BsxUnicodeString(L"abc").ToDouble(), 0.0);
-    EXPECT_EQ(BsxUnicodeString(L"255").ToUInt(10), 255u);
-    EXPECT_EQ(BsxUnicodeString(L"99999999999").ToUInt(10), UINT_MAX);
-    EXPECT_EQ(BsxUnicodeString(L"-3").ToUInt(10), 0u);
-    EXPECT_EQ(kratoi(L" -12abc"), -12);
-    EXPECT_EQ(kratoi(L"99999999999999999999"), INT_MAX);
-    EXPECT_EQ(kratoi(L"x"), 0);
+    for (const auto& d : std::vector<std::pair<const wchar_t*, double>>{{L" 2.50x", 2.5}, {L"abc", 0}})
+        EXPECT_DOUBLE_EQ(BsxUnicodeString(d.first).ToDouble(), d.second);
+    for (const auto& u : std::vector<std::pair<const wchar_t*, unsigned>>{{L"255", 255u}, {L"99999999999", UINT_MAX}, {L"-3", 0u}})
+        EXPECT_EQ(BsxUnicodeString(u.first).ToUInt(10), u.second);
+    for (const auto& i : std::vector<std::pair<const wchar_t*, int>>{{L" -12abc", -12}, {L"99999999999999999999", INT_MAX}, {L"x", 0}})
+        EXPECT_EQ(kratoi(i.first), i.second);
     EXPECT_DOUBLE_EQ(kratof(L"1e3"), 1000.0);
     EXPECT_DOUBLE_EQ(kratof(L"nan"), 0.0);
 
@@ -115,14 +110,13 @@ TEST(BsxContainersTest, ArrayChecksIndexAndDictOrdersKeys)
 
 TEST(BsxVariantTest, TagsTextAndDates)
 {
+    const std::pair<BsxVariant, const wchar_t*> texts[] = {
+        {BsxVariant(static_cast<unsigned char>(200)), L"200"}, {BsxVariant(static_cast<short>(-5)), L"-5"},
+        {BsxVariant(5000000000LL), L"5000000000"}, {BsxVariant(2.5), L"2.5"}, {BsxVariant(0.1), L"0.1"}};
+    for (const auto& t : texts) EXPECT_EQ(t.first.ToString(), t.second);
     EXPECT_EQ(BsxVariant().GetType(), 0);
-    EXPECT_EQ(BsxVariant(static_cast<unsigned char>(200)).ToString(), L"200");
-    EXPECT_EQ(BsxVariant(static_cast<short>(-5)).ToString(), L"-5");
     EXPECT_EQ(BsxVariant(7).GetType(), 3);
-    EXPECT_EQ(BsxVariant(5000000000LL).ToString(), L"5000000000");
     EXPECT_EQ(BsxVariant(0.5f).GetType(), 5);
-    EXPECT_EQ(BsxVariant(2.5).ToString(), L"2.5");
-    EXPECT_EQ(BsxVariant(0.1).ToString(), L"0.1");
     BsxVariant s(L"text");
     BsxVariant copy(s);
     s = BsxVariant(1);
@@ -130,9 +124,7 @@ TEST(BsxVariantTest, TagsTextAndDates)
     EXPECT_EQ(*copy.GetString(), L"text");
 
     BsxTime t(2024, 2, 29, 13, 5, 9);
-    EXPECT_EQ(t.GetYear(), 2024);
-    EXPECT_EQ(t.GetMonth(), 2);
-    EXPECT_EQ(t.GetDay(), 29);
+    EXPECT_EQ(t.GetYear() * 10000 + t.GetMonth() * 100 + t.GetDay(), 20240229);
     EXPECT_EQ(t.Format(L"%Y-%m-%d %H:%M:%S"), L"2024-02-29 13:05:09");
     EXPECT_DOUBLE_EQ(BsxTime(1899, 12, 31).GetValue(), 1.0);
     EXPECT_EQ(BsxTime(-1.25).Format(L"%Y-%m-%d %H:%M"), L"1899-12-29 06:00");
@@ -145,10 +137,8 @@ TEST(BsxVariantTest, TagsTextAndDates)
 TEST(BsxColorTest, PackersAndExtractorsAgree)
 {
     const BsxColor c = BSXRGBA(12, 34, 56, 78);
-    EXPECT_EQ(BSXREDVAL(c), 12u);
-    EXPECT_EQ(BSXGREENVAL(c), 34u);
-    EXPECT_EQ(BSXBLUEVAL(c), 56u);
-    EXPECT_EQ(BSXALPHAVAL(c), 78u);
+    EXPECT_EQ(std::vector<unsigned>({BSXREDVAL(c), BSXGREENVAL(c), BSXBLUEVAL(c), BSXALPHAVAL(c)}),
+              std::vector<unsigned>({12, 34, 56, 78}));
     EXPECT_EQ(BSXALPHAVAL(BSXRGB(1, 2, 3)), 255u);
 }
 
@@ -157,10 +147,11 @@ TEST(KrFileTest, RelativeAndAbsolutePaths)
     EXPECT_EQ(KrFile::GetDir(L"/data/icons/a.png"), L"/data/icons/");
     EXPECT_EQ(KrFile::GetName(L"/data/icons/a.png"), L"a.png");
     EXPECT_EQ(KrFile::GetDir(L"a.png"), L"");
-    EXPECT_EQ(KrFile::GetRelativePath(L"/data", L"/data/icons/"), L"icons/");
-    EXPECT_EQ(KrFile::GetRelativePath(L"/data/", L"/data/"), L"");
-    EXPECT_EQ(KrFile::GetRelativePath(L"/data", L"/other/"), L"../other/");
-    EXPECT_EQ(KrFile::GetRelativePath(L"", L"/x/"), L"/x/");
+    // {base, relative form, absolute form}
+    const std::vector<std::tuple<const wchar_t*, const wchar_t*, const wchar_t*>> paths = {
+        {L"/data", L"icons/", L"/data/icons/"}, {L"/data/", L"", L"/data/"}, {L"/data", L"../other/", L"/other/"},
+        {L"", L"/x/", L"/x/"}};
+    for (const auto& p : paths) EXPECT_EQ(KrFile::GetRelativePath(std::get<0>(p), std::get<2>(p)), std::get<1>(p));
     EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"icons/a.png"), L"/data/icons/a.png");
     EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"../other/a.png"), L"/other/a.png");
     EXPECT_EQ(KrFile::GetAbsolutePath(L"/data", L"/abs/a.png"), L"/abs/a.png");

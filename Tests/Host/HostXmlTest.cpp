@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include "KrMarkup.h"
 #include "KrStyle.h"
 #include "KrTextStyle.h"
@@ -13,10 +16,10 @@ TEST(KrMarkupTest, ChildSearchIsForwardOnlyAndNeverWraps)
 {
     KrMarkup m(L"<r><a>1</a><b>2</b><a>3</a><c x='7'>4</c></r>");
     // The first child search takes the root itself
-    ASSERT_TRUE(m.FindChildElem(L"b"));
-    EXPECT_EQ(m.GetChildData(), L"2");
-    ASSERT_TRUE(m.FindChildElem(L"a"));
-    EXPECT_EQ(m.GetChildData(), L"3");
+    for (const auto& step : std::vector<std::pair<const wchar_t*, const wchar_t*>>{{L"b", L"2"}, {L"a", L"3"}}) {
+        ASSERT_TRUE(m.FindChildElem(step.first));
+        EXPECT_EQ(m.GetChildData(), step.second);
+    }
     // A miss leaves the current child where it was
     EXPECT_FALSE(m.FindChildElem(L"b"));
     EXPECT_TRUE(m.FindChildElem(L"c"));
@@ -77,27 +80,13 @@ TEST(KrMarkupTest, MalformedTextIsAnEmptyDocument)
 TEST(KrStyleTest, EveryPropertySurvivesItsDocument)
 {
     KrStyle s;
-    s.SetAltitudeMode(static_cast<AltitudeMode>(77));
-    s.SetBottomAltitude(1.25f);
-    s.SetExtendHeight(0.1f);
-    s.SetMarkerStyle(-4);
-    s.SetMarker3D(true);
-    s.SetIconName(L"icons/\u5317.png");
-    s.SetIconScale(3.3f);
-    s.SetPointColor(KrColorValue3D(0.1, 0.2, 1.0 / 3.0, 1));
-    s.SetBillBoardMode(BILLBOARD_AXIS);
-    s.SetMarker3DScaleX(1e-300);
-    s.SetMarker3DScaleY(2);
-    s.SetMarker3DScaleZ(-3);
-    s.SetMarker3DRotateX(45);
-    s.SetMarker3DRotateY(0.7);
-    s.SetMarker3DRotateZ(-90);
-    s.SetFillStyle(3);
-    s.SetFillColor(KrColorValue3D(1, 0, 0.5, 0.25));
-    s.SetFill3DMode(FILL3D_EXTRUDE);
-    s.SetLineStyle(9);
-    s.SetLineWidth(2.75);
-    s.SetLineColor3D(KrColorValue3D(0, 1, 0, 1));
+    s.SetAltitudeMode(static_cast<AltitudeMode>(77)); s.SetBottomAltitude(1.25f); s.SetExtendHeight(0.1f);
+    s.SetMarkerStyle(-4); s.SetMarker3D(true); s.SetIconName(L"icons/\u5317.png"); s.SetIconScale(3.3f);
+    s.SetPointColor(KrColorValue3D(0.1, 0.2, 1.0 / 3.0, 1)); s.SetBillBoardMode(BILLBOARD_AXIS);
+    s.SetMarker3DScaleX(1e-300); s.SetMarker3DScaleY(2); s.SetMarker3DScaleZ(-3);
+    s.SetMarker3DRotateX(45); s.SetMarker3DRotateY(0.7); s.SetMarker3DRotateZ(-90);
+    s.SetFillStyle(3); s.SetFillColor(KrColorValue3D(1, 0, 0.5, 0.25)); s.SetFill3DMode(FILL3D_EXTRUDE);
+    s.SetLineStyle(9); s.SetLineWidth(2.75); s.SetLineColor3D(KrColorValue3D(0, 1, 0, 1));
 
     const BsxUnicodeString xml = s.ToXML(20090106, L"");
     EXPECT_EQ(xml.Find(L"<tdx:Style>"), 0);
@@ -109,13 +98,8 @@ TEST(KrStyleTest, EveryPropertySurvivesItsDocument)
     EXPECT_EQ(back, s);
 
     KrTextStyle t;
-    t.SetHalo(true);
-    t.SetSize(20);
-    t.SetHeight(8);
-    t.SetForeColor(BSXRGBA(255, 255, 0, 255));
-    t.SetFaceName(L"Noto Sans");
-    t.SetFixedSize(true);
-    t.SetAlign(6);
+    t.SetHalo(true); t.SetSize(20); t.SetHeight(8); t.SetForeColor(BSXRGBA(255, 255, 0, 255));
+    t.SetFaceName(L"Noto Sans"); t.SetFixedSize(true); t.SetAlign(6);
     BsxUnicodeString txml = t.ToXML(0);
     EXPECT_EQ(txml.Find(L"<tdx:TextStyle>"), 0);
     txml.Replace(L"TextStyle", L"ItemTextStyle");
@@ -155,8 +139,7 @@ TEST(KrTheme3DTest, BaseStateRoundTripsAndExternalValues)
     EXPECT_EQ(back.GetAliasSuffix(), L"_7");
     int x = 0, y = 0;
     back.GetOffset(x, y);
-    EXPECT_EQ(x, 3);
-    EXPECT_EQ(y, -4);
+    EXPECT_EQ(std::make_pair(x, y), std::make_pair(3, -4));
     EXPECT_TRUE(back.IsAlonglineText());
     BsxUnicodeString v;
     EXPECT_TRUE(back.GetExternalValue(L"a&b", v));
@@ -171,14 +154,15 @@ TEST(KrTheme3DTest, BaseStateRoundTripsAndExternalValues)
 TEST(KrTheme3DTest, VariantConversions)
 {
     double d = -1;
-    EXPECT_TRUE(KrTheme3D::Variant2Double(BsxVariant(static_cast<short>(-5)), d));
-    EXPECT_EQ(d, -5);
-    EXPECT_TRUE(KrTheme3D::Variant2Double(BsxVariant(L" 12.5 "), d));
-    EXPECT_EQ(d, 12.5);
-    d = 99;
-    EXPECT_FALSE(KrTheme3D::Variant2Double(BsxVariant(L"12abc"), d));
-    EXPECT_FALSE(KrTheme3D::Variant2Double(BsxVariant(L"nan"), d));
-    EXPECT_FALSE(KrTheme3D::Variant2Double(BsxVariant(), d));
-    EXPECT_EQ(d, 99);
+    for (const auto& ok : std::vector<std::pair<BsxVariant, double>>{{BsxVariant(static_cast<short>(-5)), -5},
+                                                                     {BsxVariant(L" 12.5 "), 12.5}}) {
+        EXPECT_TRUE(KrTheme3D::Variant2Double(ok.first, d));
+        EXPECT_EQ(d, ok.second);
+    }
+    // A refused conversion leaves the number alone
+    for (const BsxVariant& bad : {BsxVariant(L"12abc"), BsxVariant(L"nan"), BsxVariant()}) {
+        EXPECT_FALSE(KrTheme3D::Variant2Double(bad, d));
+        EXPECT_EQ(d, 12.5);
+    }
     EXPECT_EQ(KrTheme3D::Variant2String(BsxVariant(3)), L"3");
 }
