@@ -2,7 +2,10 @@
 
 #include <climits>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <tuple>
+#include <vector>
 
 #include "RangeTestSupport.h"
 #include "TestSupport.h"
@@ -38,82 +41,60 @@ std::vector<double> Values(const BsxArray<double>& a) { return std::vector<doubl
 
 TEST(KrTheme3DRangeClassifyTest, NewerGenerationCutsTheDataIntoCountClasses)
 {
+    const double nan = std::nan("");
+    struct Case {
+        const char* what;
+        int method, count;
+        BsxArray<double> data, quantiles;
+        std::vector<double> breaks;
+        KrClass3DType type;
+    };
+    const Case cases[] = {
+        {"equal intervals", 0, 4, Sequence(0, 100), {}, {25, 50, 75}, Class3DEqualDistance},
+        {"unknown code", 17, 2, Array({-3, 1}), {}, {-1}, Class3DEqualDistance},
+        {"equal intervals over one value", 0, 5, Array({7, 7}), {}, {7}, Class3DEqualDistance},
+        {"square root", 1, 2, Sequence(0, 100), {}, {25}, Class3DExtraction},
+        // 0..16 has roots 0..4, so four classes break at 1, 4 and 9
+        {"square root of 0..16", 1, 4, Array({0, 3, 16}), {}, {1, 4, 9}, Class3DExtraction},
+        // Below zero the scale mirrors: roots -4..4 in four classes
+        {"square root across zero", 1, 4, Array({-16, 16}), {}, {-4, 0, 4}, Class3DExtraction},
+        // A minimum counting as zero starts the logarithmic scale at 1
+        {"log from zero", 3, 3, Sequence(0, 1000), {}, {10, 100}, Class3DLogarithm},
+        {"log from nearly zero", 3, 3, Array({0.5e-10, 1000}), {}, {10, 100}, Class3DLogarithm},
+        {"log 10..1e5", 3, 4, Array({10, 100000}), {}, {100, 1000, 10000}, Class3DLogarithm},
+        {"log of zeros", 3, 4, Array({0, 0}), {}, {1}, Class3DLogarithm},
+        {"log of negative data", 3, 4, Array({-100, 100}), {}, {}, Class3DLogarithm},
+        // Quantiles come from the caller, in their order, repeats collapsing
+        {"no quantiles", 4, 3, Sequence(0, 40), {}, {}, Class3DQuantile},
+        {"quantiles", 4, 3, Sequence(0, 40), Array({10, 20, 20, 30, nan}), {10, 20, 30}, Class3DQuantile},
+    };
     KrTheme3DRange r;
-    ASSERT_TRUE(r.MakeDefault(0, 4, Sequence(0, 100), BsxArray<double>(), 0));
-    ExpectBreaks(r, {25, 50, 75}, "equal intervals");
-    EXPECT_EQ(r.GetClassType(), Class3DEqualDistance);
-    ASSERT_TRUE(r.MakeDefault(17, 2, Array({-3, 1}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {-1}, "unknown code");
-    EXPECT_EQ(r.GetClassType(), Class3DEqualDistance);
-    ASSERT_TRUE(r.MakeDefault(0, 5, Array({7, 7}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {7}, "equal intervals over one value");
-
-    // Square roots: 0..16 has roots 0..4, so four classes break at 1, 4 and 9
-    ASSERT_TRUE(r.MakeDefault(1, 2, Sequence(0, 100), BsxArray<double>(), 0));
-    ExpectBreaks(r, {25}, "square root");
-    EXPECT_EQ(r.GetClassType(), Class3DExtraction);
-    ASSERT_TRUE(r.MakeDefault(1, 4, Array({0, 3, 16}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {1, 4, 9}, "square root of 0..16");
-    // Below zero the scale mirrors: roots -4..4 in four classes
-    ASSERT_TRUE(r.MakeDefault(1, 4, Array({-16, 16}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {-4, 0, 4}, "square root across zero");
-
-    // Logarithms: a minimum counting as zero starts the scale at 1
-    ASSERT_TRUE(r.MakeDefault(3, 3, Sequence(0, 1000), BsxArray<double>(), 0));
-    ExpectBreaks(r, {10, 100}, "log from zero");
-    EXPECT_EQ(r.GetClassType(), Class3DLogarithm);
-    ASSERT_TRUE(r.MakeDefault(3, 3, Array({0.5e-10, 1000}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {10, 100}, "log from nearly zero");
-    ASSERT_TRUE(r.MakeDefault(3, 4, Array({10, 100000}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {100, 1000, 10000}, "log 10..1e5");
-    ASSERT_TRUE(r.MakeDefault(3, 4, Array({0, 0}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {1}, "log of zeros");
-    ASSERT_TRUE(r.MakeDefault(3, 4, Array({-100, 100}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {}, "log of negative data");
-
-    // Quantiles come from the caller, in their order, repeats collapsing
-    ASSERT_TRUE(r.MakeDefault(4, 3, Sequence(0, 40), BsxArray<double>(), 0));
-    ExpectBreaks(r, {}, "no quantiles");
-    ASSERT_TRUE(r.MakeDefault(4, 3, Sequence(0, 40), Array({10, 20, 20, 30, std::nan("")}), 0));
-    ExpectBreaks(r, {10, 20, 30}, "quantiles");
-    EXPECT_EQ(r.GetClassType(), Class3DQuantile);
+    for (const Case& c : cases) {
+        ASSERT_TRUE(r.MakeDefault(c.method, c.count, c.data, c.quantiles, 0)) << c.what;
+        ExpectBreaks(r, c.breaks, c.what);
+        EXPECT_EQ(r.GetClassType(), c.type) << c.what;
+    }
 }
 
 TEST(KrTheme3DRangeClassifyTest, OlderGenerationStartsAtTheLowestValue)
 {
-    Range r;
-    r.ClassifyWithEqualDistance(4, 100, 0);
-    ExpectBreaks(r, {0, 50, 100}, "old equal");
-    r.RemoveAll();
-    r.ClassifyWithEqualDistance(2, 100, 0);
-    ExpectBreaks(r, {0}, "old equal, two classes");
-    r.RemoveAll();
-    r.ClassifyWithEqualDistance(1, 100, 0);
-    ExpectBreaks(r, {}, "old equal, one class");
-
-    r.RemoveAll();
-    r.ClassifyWithExtraction(4, 16, 4);
-    ExpectBreaks(r, {4, 9, 16}, "old square root");
-
-    r.RemoveAll();
-    r.ClassifyWithLogarithm(4, 1000, 10);
-    ExpectBreaks(r, {10, 100, 1000}, "old log");
-    r.RemoveAll();
-    r.ClassifyWithLogarithm(4, 1000, 0);
-    ExpectBreaks(r, {1, std::pow(10.0, 1.5), 1000}, "old log from zero");
-
-    r.RemoveAll();
-    r.ClassifyWithCustomInterval(3, 10, 0);
-    ExpectBreaks(r, {0, 3, 6, 9, 12}, "old fixed width");
-    r.RemoveAll();
-    r.ClassifyWithCustomInterval(5, 10, 0);
-    ExpectBreaks(r, {0, 5, 10}, "old fixed width landing on max");
-    r.RemoveAll();
-    r.ClassifyWithCustomInterval(3, 4, 4);
-    ExpectBreaks(r, {4}, "old fixed width over one value");
-    r.RemoveAll();
-    r.ClassifyWithCustomInterval(-3, 10, 0);
-    ExpectBreaks(r, {}, "old fixed width, negative");
+    const std::vector<std::tuple<const char*, std::function<void(Range&)>, std::vector<double>>> cases = {
+        {"old equal", [](Range& r) { r.ClassifyWithEqualDistance(4, 100, 0); }, {0, 50, 100}},
+        {"old equal, two classes", [](Range& r) { r.ClassifyWithEqualDistance(2, 100, 0); }, {0}},
+        {"old equal, one class", [](Range& r) { r.ClassifyWithEqualDistance(1, 100, 0); }, {}},
+        {"old square root", [](Range& r) { r.ClassifyWithExtraction(4, 16, 4); }, {4, 9, 16}},
+        {"old log", [](Range& r) { r.ClassifyWithLogarithm(4, 1000, 10); }, {10, 100, 1000}},
+        {"old log from zero", [](Range& r) { r.ClassifyWithLogarithm(4, 1000, 0); }, {1, std::pow(10.0, 1.5), 1000}},
+        {"old fixed width", [](Range& r) { r.ClassifyWithCustomInterval(3, 10, 0); }, {0, 3, 6, 9, 12}},
+        {"old fixed width landing on max", [](Range& r) { r.ClassifyWithCustomInterval(5, 10, 0); }, {0, 5, 10}},
+        {"old fixed width over one value", [](Range& r) { r.ClassifyWithCustomInterval(3, 4, 4); }, {4}},
+        {"old fixed width, negative", [](Range& r) { r.ClassifyWithCustomInterval(-3, 10, 0); }, {}},
+    };
+    for (const auto& c : cases) {
+        Range r;
+        std::get<1>(c)(r);
+        ExpectBreaks(r, std::get<2>(c), std::get<0>(c));
+    }
 }
 
 TEST(KrTheme3DRangeClassifyTest, FixedWidthsAndTheirDegenerateCases)
@@ -150,14 +131,17 @@ TEST(KrTheme3DRangeClassifyTest, StandardDeviationSteps)
     EXPECT_DOUBLE_EQ(mean, 5);
     EXPECT_DOUBLE_EQ(sigma, 2); // population deviation: divisor 8, not 7
 
-    ASSERT_TRUE(r.MakeDefault(2, 5, Sequence(1, 5), BsxArray<double>(), 0));
-    ExpectBreaks(r, {3 - std::sqrt(2.0) / 2, 3 + std::sqrt(2.0) / 2}, "1..5");
-    EXPECT_EQ(r.GetClassType(), Class3DStdev);
-    // Mean 5, deviation 2: 4 and 6 around the mean, then 8; 2 and 10 snap to min and max
-    ASSERT_TRUE(r.MakeDefault(2, 3, Array({2, 4, 4, 4, 5, 5, 7, 9}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {4, 6, 8}, "2..9");
-    ASSERT_TRUE(r.MakeDefault(2, 3, Array({0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1}), BsxArray<double>(), 0));
-    ExpectBreaks(r, {}, "identical values");
+    // 1..5: one deviation of sqrt(2) around 3, halved. Mean 5, deviation 2: 4 and 6 around the
+    // mean, then 8; 2 and 10 snap to min and max
+    const std::vector<std::tuple<const char*, int, BsxArray<double>, std::vector<double>>> cases = {
+        {"1..5", 5, Sequence(1, 5), {3 - std::sqrt(2.0) / 2, 3 + std::sqrt(2.0) / 2}},
+        {"2..9", 3, Array({2, 4, 4, 4, 5, 5, 7, 9}), {4, 6, 8}},
+        {"identical values", 3, Array({0.1, 0.1, 0.1, 0.1, 0.1, 0.1, 0.1}), {}}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(r.MakeDefault(2, std::get<1>(c), std::get<2>(c), BsxArray<double>(), 0));
+        ExpectBreaks(r, std::get<3>(c), std::get<0>(c));
+        EXPECT_EQ(r.GetClassType(), Class3DStdev);
+    }
     // One far value: the steps of one deviation reach it in a bounded number of classes
     BsxArray<double> skewed = Sequence(0, 999);
     skewed.Add(1e9);
