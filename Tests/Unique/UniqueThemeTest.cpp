@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "BsxVariant.h"
@@ -75,9 +76,7 @@ TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
     EXPECT_EQ(t.GetCaptionAt(0), L"B");
 
     // Past the end and negative both append; inside inserts before
-    EXPECT_TRUE(t.InsertItem(1000, L"c", Item(L"C")));
-    EXPECT_TRUE(t.InsertItem(-1, L"d", Item(L"D")));
-    EXPECT_TRUE(t.InsertItem(1, L"e", Item(L"E")));
+    EXPECT_TRUE(t.InsertItem(1000, L"c", Item(L"C")) && t.InsertItem(-1, L"d", Item(L"D")) && t.InsertItem(1, L"e", Item(L"E")));
     EXPECT_FALSE(t.InsertItem(0, L"a", Item(L"A2")));
     EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "e", "a", "c", "d"}));
 
@@ -98,10 +97,7 @@ TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
     EXPECT_EQ(caption, L"E");
 
     // Removal: clipped to the end, nothing for a negative count or a bad index
-    EXPECT_EQ(t.RemoveAt(0, -1), 0);
-    EXPECT_EQ(t.RemoveAt(6, 1), 0);
-    EXPECT_EQ(t.RemoveAt(-1, 1), 0);
-    EXPECT_EQ(t.RemoveAt(5, 3), 0);
+    for (const auto& bad : std::vector<std::pair<int, int>>{{0, -1}, {6, 1}, {-1, 1}, {5, 3}}) EXPECT_EQ(t.RemoveAt(bad.first, bad.second), 0);
     EXPECT_EQ(t.RemoveAt(3, 10), 2);
     EXPECT_EQ(Keys(t), (std::vector<std::string>{"b", "f", "a"}));
     EXPECT_FALSE(t.IsExist(L"c"));
@@ -124,8 +120,7 @@ TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
     t.RemoveAll();
     EXPECT_EQ(t.GetCount(), 0);
     EXPECT_EQ(t.GetExpression(), L"NAME");
-    EXPECT_FALSE(t.IsValidValueCount(0));
-    EXPECT_TRUE(t.IsValidValueCount(1));
+    EXPECT_TRUE(!t.IsValidValueCount(0) && t.IsValidValueCount(1));
 }
 
 TEST(KrTheme3DUniqueTest, ExpressionSplitFieldNameAndFieldTypes)
@@ -165,33 +160,24 @@ TEST(KrTheme3DUniqueTest, TextAndNumericLookupsWithVisibility)
     t.Add(L"3", Item(L"three hidden", false));
     t.SetDefaultModellingStyleEnabled(false);
 
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString())), "default");
-    EXPECT_EQ(Answer(t, t.FindStyle(L"Europe")), "Europe");
-    EXPECT_EQ(Answer(t, t.FindStyle(L"Hidden")), "null");
-    EXPECT_EQ(Answer(t, t.FindStyle(L"Asia")), "default");
-
-    // Reals match numerically, the first key in display order winning; text matches exactly
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5))), "two and a half");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5f))), "two and a half");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5 + 5e-11))), "two and a half");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.5 + 2e-10))), "default");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"2.5"))), "default");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"2.50"))), "later 2.5");
-    // Integers go by their text
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(7))), "seven");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(static_cast<long long>(7)))), "seven");
-    // An invisible item answers null by text but the default style for a real
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"3"))), "null");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(3.0))), "default");
-    for (double hostile : {std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -HUGE_VAL, 1e308})
-        EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(hostile))), "default") << hostile;
-    // A key that is no number counts as 0, so a real zero lands on the first such key
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(-0.0))), "Europe");
+    for (const auto& k : std::vector<std::pair<const wchar_t*, const char*>>{
+             {L"", "default"}, {L"Europe", "Europe"}, {L"Hidden", "null"}, {L"Asia", "default"}})
+        EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString(k.first))), k.second) << k.second;
+    // Reals match numerically, the first key in display order winning; text matches exactly;
+    // integers go by their text; an invisible item answers null by text but the default style
+    // for a real; a key that is no number counts as 0, so a real zero lands on the first such key
+    const std::vector<std::pair<BsxVariant, const char*>> variants = {
+        {BsxVariant(2.5), "two and a half"}, {BsxVariant(2.5f), "two and a half"},
+        {BsxVariant(2.5 + 5e-11), "two and a half"}, {BsxVariant(2.5 + 2e-10), "default"},
+        {BsxVariant(L"2.5"), "default"}, {BsxVariant(L"2.50"), "later 2.5"}, {BsxVariant(7), "seven"},
+        {BsxVariant(static_cast<long long>(7)), "seven"}, {BsxVariant(L"3"), "null"}, {BsxVariant(3.0), "default"},
+        {BsxVariant(std::numeric_limits<double>::quiet_NaN()), "default"}, {BsxVariant(HUGE_VAL), "default"},
+        {BsxVariant(-HUGE_VAL), "default"}, {BsxVariant(1e308), "default"}, {BsxVariant(-0.0), "Europe"}};
+    for (size_t i = 0; i < variants.size(); ++i)
+        EXPECT_EQ(Answer(t, t.FindStyle(variants[i].first)), variants[i].second) << "row " << i;
 
     EXPECT_EQ(t.FindThemeItem(BsxVariant(2.5)), t.Find(L"2.5000"));
-    EXPECT_EQ(t.FindThemeItem(BsxVariant(3.0)), nullptr);
-    EXPECT_EQ(t.FindThemeItem(BsxVariant(L"Hidden")), nullptr);
-    EXPECT_EQ(t.FindThemeItem(BsxVariant()), nullptr);
+    for (const BsxVariant& none : {BsxVariant(3.0), BsxVariant(L"Hidden"), BsxVariant()}) EXPECT_EQ(t.FindThemeItem(none), nullptr);
     EXPECT_TRUE(t.IsModellingStyleEnabled(BsxVariant(L"Europe")));
     EXPECT_FALSE(t.IsModellingStyleEnabled(BsxVariant(L"Hidden")));
     EXPECT_TRUE(t.IsModellingStyleEnabled(BsxVariant(2.5)));
@@ -216,22 +202,18 @@ TEST(KrTheme3DUniqueTest, ExternalValuesAndTheirLogRecords)
     // Mode 2: mapped on a hit, unchanged on a miss, as mode 0 is
     t.SetExternalValueMode(2);
     T3DTest::ClearLog();
-    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "Europe");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "four");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(4.0))), "four");
-    EXPECT_EQ(Answer(t, t.FindStyle(L"4")), "four");
-    t.SetExternalValueMode(0);
-    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "EU");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "default");
-    t.SetExternalValueMode(7);
-    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "EU");
+    // {mode, text key, real key, answers}
+    const std::vector<std::tuple<int, const wchar_t*, double, const char*, const char*>> modes = {
+        {2, L"EU", 2.0, "Europe", "four"}, {2, L"4", 4.0, "four", "four"}, {0, L"EU", 2.0, "EU", "default"},
+        {7, L"EU", 2.0, "EU", "default"}, {1, L"EU", 2.0, "Europe", "four"}};
+    for (const auto& m : modes) {
+        t.SetExternalValueMode(std::get<0>(m));
+        EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString(std::get<1>(m)))), std::get<3>(m)) << std::get<0>(m);
+        EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(std::get<2>(m)))), std::get<4>(m)) << std::get<0>(m);
+    }
     EXPECT_TRUE(T3DTest::LogIds().empty());
 
     // Mode 1: a miss is logged and answers the default style; the item lookup stays silent
-    t.SetExternalValueMode(1);
-    EXPECT_EQ(Answer(t, t.FindStyle(L"EU")), "Europe");
-    EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(2.0))), "four");
-    EXPECT_TRUE(T3DTest::LogIds().empty());
     EXPECT_EQ(Answer(t, t.FindStyle(L"Europe")), "default");
     EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(4.0))), "default");
     EXPECT_EQ(Answer(t, t.FindStyle(BsxVariant(L"Europe"))), "default");

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "BsxVariant.h"
@@ -66,22 +67,10 @@ TEST(KrTheme3DUniqueXmlTest, WritesTheGoldenDocumentsAndReadsThemBack)
         KrTheme3DUnique back;
         ASSERT_TRUE(back.FromXML(golden, version, kDir));
         EXPECT_EQ(Keys(back), (std::vector<std::string>{"b", "a", "2.50"}));
-        EXPECT_EQ(back.GetExpression(), L"NAME [#] TYPE");
         EXPECT_EQ(back.GetFieldExpressions().GetCount(), 2);
-        EXPECT_EQ(back.GetAliasSuffix(), L"_u");
-        EXPECT_EQ(back.GetDefaultStyle(), sample.GetDefaultStyle());
-        EXPECT_TRUE(back.GetDefaultModellingStyleEnabled());
-        for (int i = 0; i < 3; ++i) {
-            const KrTheme3DItem* got = back.GetAt(i);
-            const KrTheme3DItem* want = sample.GetAt(i);
-            EXPECT_EQ(got->Caption, want->Caption);
-            EXPECT_EQ(got->Visible, want->Visible);
-            EXPECT_EQ(got->ModellingStyleEnabled, want->ModellingStyleEnabled);
-            EXPECT_EQ(got->Style, want->Style) << i;
-        }
-        // The numeric lookup works on what was read
+        // The numeric lookup works on what was read, and everything read is written back
         EXPECT_EQ(back.FindStyle(BsxVariant(2.5)), &back.GetAt(2)->Style);
-        EXPECT_EQ(back.ToXML(version, kDir), sample.ToXML(version, kDir));
+        EXPECT_EQ(back.ToXML(0, kDir), golden);
     }
 
     // The icon is resolved against the directory the document is read with
@@ -104,12 +93,10 @@ TEST(KrTheme3DUniqueXmlTest, EnvelopeFailuresLeaveTheThemeAsItWas)
 {
     KrTheme3DUnique t = Sample();
     const BsxUnicodeString before = t.ToXML(0, kDir);
-    EXPECT_EQ(t.ToXML(12345, kDir), L"");
-    EXPECT_EQ(t.ToXML(20050101, kDir), L"");
+    EXPECT_EQ(t.ToXML(12345, kDir) + t.ToXML(20050101, kDir), L"");
     EXPECT_TRUE(t.FromXML(KrTheme3DUnique().ToXML(0, L""), 20050101, kDir));
-    EXPECT_FALSE(t.FromXML(L"", 0, kDir));
-    EXPECT_FALSE(t.FromXML(L"<tdx:Theme3D><tdx:Type>1</tdx:Type>", 0, kDir));
-    EXPECT_FALSE(t.FromXML(L"<tdx:Other><tdx:Type>1</tdx:Type></tdx:Other>", 0, kDir));
+    for (const wchar_t* bad : {L"", L"<tdx:Theme3D><tdx:Type>1</tdx:Type>", L"<tdx:Other><tdx:Type>1</tdx:Type></tdx:Other>"})
+        EXPECT_FALSE(t.FromXML(bad, 0, kDir)) << T3DTest::U8(bad);
 
     // A range theme's document is refused; the type code stays 1
     BsxUnicodeString range = before;
@@ -143,23 +130,22 @@ TEST(KrTheme3DUniqueXmlTest, MissingAndRepeatedElementsGetTheirDefaults)
     // The duplicate "x", the entry without a value and the second container are left out
     EXPECT_EQ(Keys(t), (std::vector<std::string>{"x", "y", "z", "1e999"}));
 
-    const KrTheme3DItem* x = t.Find(L"x");
-    EXPECT_EQ(x->Caption, L"first");
-    EXPECT_FALSE(x->Visible); // "false"
-    EXPECT_TRUE(x->ModellingStyleEnabled);
-    EXPECT_EQ(x->Style.GetLineWidth(), 4);
-    EXPECT_EQ(x->Style.GetIconName(), L"/data/project/pins/x.png");
-    // Caption, visibility and style carry over from the entry before; "no" reads as visible
-    const KrTheme3DItem* y = t.Find(L"y");
-    EXPECT_EQ(y->Caption, L"first");
-    EXPECT_TRUE(y->Visible);
-    EXPECT_FALSE(y->ModellingStyleEnabled);
-    EXPECT_EQ(y->Style.GetLineWidth(), 4);
-    EXPECT_EQ(y->Style.GetIconName(), L"/data/project/pins/x.png");
-    // Elements out of order are not found once the search has passed them
-    const KrTheme3DItem* z = t.Find(L"z");
-    EXPECT_EQ(z->Caption, L"third");
-    EXPECT_TRUE(z->ModellingStyleEnabled);
+    // x: visibility "false"; y: caption, visibility and style carry over from the entry
+    // before, "no" reads as visible; z: elements out of order are not found once the search
+    // has passed them
+    const std::vector<std::tuple<const wchar_t*, const wchar_t*, bool, bool>> entries = {
+        {L"x", L"first", false, true}, {L"y", L"first", true, false}, {L"z", L"third", true, true}};
+    for (const auto& e : entries) {
+        const KrTheme3DItem* item = t.Find(std::get<0>(e));
+        ASSERT_TRUE(item);
+        EXPECT_EQ(item->Caption, std::get<1>(e));
+        EXPECT_EQ(item->Visible, std::get<2>(e)) << T3DTest::U8(std::get<0>(e));
+        EXPECT_EQ(item->ModellingStyleEnabled, std::get<3>(e)) << T3DTest::U8(std::get<0>(e));
+    }
+    for (const wchar_t* key : {L"x", L"y"}) {
+        EXPECT_EQ(t.Find(key)->Style.GetLineWidth(), 4);
+        EXPECT_EQ(t.Find(key)->Style.GetIconName(), L"/data/project/pins/x.png");
+    }
     // A huge number as a key is kept as text and never matches a real
     EXPECT_EQ(t.FindStyle(BsxVariant(1e308)), &t.GetDefaultStyle());
     EXPECT_EQ(t.FindStyle(L"1e999"), &t.Find(L"1e999")->Style);
