@@ -53,7 +53,7 @@ TEST(LabelNumberFormat, WritesWhatTheCLibraryWritesAndRefusesTheRest)
     }
 }
 
-TEST(LabelNumberFormat, SetNumFormatKeepsUsableFormatsAsGivenAndLogsTheOthers)
+TEST(LabelNumberFormat, UnusableFormatsAreLoggedWhenSetAndKeptWhenRead)
 {
     KrTheme3DLabel label;
     for (const wchar_t* format : {L"%.2f", L".2f", L"%%.2f"}) {
@@ -64,34 +64,31 @@ TEST(LabelNumberFormat, SetNumFormatKeepsUsableFormatsAsGivenAndLogsTheOthers)
         EXPECT_TRUE(T3DTest::LogIds().empty());
     }
     for (const wchar_t* format : kHostileFormats) {
+        // Set by the host: refused, emptied and logged. Leading "%" are dropped before the
+        // trial, so a format of "%" alone is simply empty
         label.SetNumFormat(L"%.2f");
         T3DTest::ClearLog();
         label.SetNumFormat(format);
         EXPECT_EQ(label.GetNumFormat(), L"") << U8(format);
         EXPECT_EQ(label.GetStringFromVariant(BsxVariant(2.5)), L"2.5");
-        // Leading "%" are dropped before the trial: a format of "%" alone is simply empty
         BsxUnicodeString rest(format);
         rest.TrimLeft(L"%");
         EXPECT_EQ(T3DTest::LogIds(), rest.IsEmpty() ? std::vector<std::string>() : std::vector<std::string>{"EGi063"})
             << U8(format);
-    }
-    label.SetNumFormat(L"%s");
-    EXPECT_EQ(KrLogFile::GetInstance(false)->GetRecords().back().sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DLabel");
-}
 
-TEST(LabelNumberFormat, AFormatFromADocumentIsKeptButFormatsAsTheDefaultWhenUnusable)
-{
-    for (const wchar_t* format : kHostileFormats) {
+        // Read from a document: kept as written, silently, and formatting as with none
         KrMarkup doc(KrTheme3DLabel().KrTheme3D::ToXML(0, BsxUnicodeString()).Cstr());
         doc.FindElem(L"tdx:Theme3D");
         doc.AddElem(L"tdx:NumFormat", format, false, true);
-        KrTheme3DLabel label;
-        label.SetNumFormat(L"%.3f");
+        KrTheme3DLabel read;
+        read.SetNumFormat(L"%.3f");
         T3DTest::ClearLog();
-        ASSERT_TRUE(label.FromXML(doc.GetDoc(), 0, BsxUnicodeString()));
-        EXPECT_EQ(label.GetNumFormat(), format);
-        EXPECT_EQ(label.GetStringFromVariant(BsxVariant(2.5)), L"2.5") << U8(format);
-        EXPECT_EQ(label.GetStringFromVariant(BsxVariant(0.5f)), L"0.5000000000") << U8(format);
+        ASSERT_TRUE(read.FromXML(doc.GetDoc(), 0, BsxUnicodeString()));
+        EXPECT_EQ(read.GetNumFormat(), format);
+        EXPECT_EQ(read.GetStringFromVariant(BsxVariant(2.5)), L"2.5") << U8(format);
+        EXPECT_EQ(read.GetStringFromVariant(BsxVariant(0.5f)), L"0.5000000000") << U8(format);
         EXPECT_TRUE(T3DTest::LogIds().empty());
     }
+    label.SetNumFormat(L"%s");
+    EXPECT_EQ(KrLogFile::GetInstance(false)->GetRecords().back().sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DLabel");
 }

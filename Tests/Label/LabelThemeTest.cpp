@@ -14,15 +14,13 @@ TEST(LabelTheme, NewThemeHasTheLabelDefaultsAndFieldName)
     KrTheme3DLabel label;
     EXPECT_EQ(label.GetType(), KrTheme3D::Theme3DLabel);
     EXPECT_EQ(label.GetLabel3DType(), KrTheme3DLabel::Label3DText);
-    const KrTextStyle* style = label.GetTextStyle();
-    EXPECT_TRUE(style->IsHalo());
-    EXPECT_EQ(style->GetSize(), 20.0);
-    EXPECT_EQ(style->GetForeColor(), BSXRGBA(255, 255, 0, 255));
+    // Haloed yellow text of size 20 in the host's default face, fixed size, aligned 6
+    KrTextStyle expected;
     KrStringEx face;
     face.LoadResString(L"IMl003");
-    EXPECT_EQ(style->GetFaceName(), face);
-    EXPECT_TRUE(style->IsFixedSize());
-    EXPECT_EQ(style->GetAlign(), 6);
+    expected.SetHalo(true); expected.SetSize(20.0); expected.SetForeColor(BSXRGBA(255, 255, 0, 255));
+    expected.SetFaceName(face); expected.SetFixedSize(true); expected.SetAlign(6);
+    EXPECT_TRUE(*label.GetTextStyle() == expected);
 
     EXPECT_EQ(label.GetFieldName(false), L"Theme3DLabel");
     EXPECT_EQ(label.GetFieldName(true), L"");
@@ -45,11 +43,8 @@ TEST(LabelTheme, ItemsAreKeyedOnceCopiedInAndCopiedOnlyByTheCopyConstructor)
     EXPECT_TRUE(source->IsExist(L"A"));
     EXPECT_FALSE(source->IsExist(L"a"));
 
-    source->SetExpression(L"NAME");
-    source->SetNumFormat(L"%.1f");
-    source->SetLabelType(KrTheme3DLabel::Label3DTable);
-    source->SetAlonglineText(true);
-    source->GetTextStyle()->SetSize(9.0);
+    source->SetExpression(L"NAME"); source->SetNumFormat(L"%.1f"); source->SetLabelType(KrTheme3DLabel::Label3DTable);
+    source->SetAlonglineText(true); source->GetTextStyle()->SetSize(9.0);
     KrStyle style;
     style.SetIconName(L"icon.png");
     source->SetStyle(style);
@@ -61,11 +56,8 @@ TEST(LabelTheme, ItemsAreKeyedOnceCopiedInAndCopiedOnlyByTheCopyConstructor)
     const KrTheme3DLabel& self = assigned;
     assigned = self;
     for (KrTheme3DLabel* target : {&copy, &assigned}) {
-        EXPECT_EQ(target->GetExpression(), L"NAME");
+        EXPECT_EQ(target->ToXML(0, L""), source->ToXML(0, L""));
         EXPECT_EQ(target->GetStringFromVariant(BsxVariant(2.25)), L"2.2");
-        EXPECT_EQ(target->GetLabel3DType(), KrTheme3DLabel::Label3DTable);
-        EXPECT_TRUE(target->IsAlonglineText());
-        EXPECT_EQ(target->GetTextStyle()->GetSize(), 9.0);
     }
     EXPECT_NE(copy.Find(L"A"), source->Find(L"A"));
     EXPECT_EQ(copy.GetStyle().GetIconName(), L"icon.png");

@@ -48,13 +48,11 @@ TEST(LabelValueText, DoublesAreTrimmedOnlyUnderTheDefaultFormatAndFloatsNever)
         label.SetNumFormat(format);
         ExpectTexts(label, {{BsxVariant(3.14159), L"3.14"}, {BsxVariant(100.0), L"100.00"}, {BsxVariant(0.25f), L"0.25"}});
     }
-    label.SetNumFormat(L"%%.3f");
-    ExpectTexts(label, {{BsxVariant(3.14159), L"3.142"}});
     // Blanks of a left-aligned width go with the other trailing white space
-    label.SetNumFormat(L"%-12.1f");
-    ExpectTexts(label, {{BsxVariant(2.5), L"2.5"}});
-    label.SetNumFormat(L"");
-    ExpectTexts(label, {{BsxVariant(2.5), L"2.5"}});
+    for (const auto& f : std::vector<std::pair<const wchar_t*, const wchar_t*>>{{L"%%.3f", L"3.142"}, {L"%-12.1f", L"3.1"}, {L"", L"3.14159"}}) {
+        label.SetNumFormat(f.first);
+        ExpectTexts(label, {{BsxVariant(3.14159), f.second}});
+    }
 }
 
 TEST(LabelValueText, DatesAreUnpaddedAtMidnightAndTextLosesTrailingBlanks)
