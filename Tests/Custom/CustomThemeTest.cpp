@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "BsxColor.h"
@@ -177,20 +178,14 @@ TEST(KrTheme3DCustomTest, EachGeometryGroupWritesOnlyItsProperties)
         ExpectCommon(expected);
         bool known = true;
         if (kind == 1 || kind == 101) {
-            expected.SetMarkerStyle(-7);
-            expected.SetMarker3D(true);
-            expected.SetIconName(L"pin.png");
-            expected.SetIconScale(1.5f);
-            expected.SetPointColor(Color(10, 20, 30, 40));
-            expected.SetFillColor(Color(10, 20, 30, 40));
+            expected.SetMarkerStyle(-7); expected.SetMarker3D(true); expected.SetIconName(L"pin.png");
+            expected.SetIconScale(1.5f); expected.SetPointColor(Color(10, 20, 30, 40)); expected.SetFillColor(Color(10, 20, 30, 40));
             ExpectTransform(expected);
         } else if (kind == 1201) {
             expected.SetFillColor(Color(200, 100, 50, 255));
             ExpectTransform(expected);
         } else if (kind == 5 || kind == 105) {
-            expected.SetFillStyle(4);
-            expected.SetFillColor(Color(200, 100, 50, 255));
-            expected.SetFill3DMode(FILL3D_EXTRUDE);
+            expected.SetFillStyle(4); expected.SetFillColor(Color(200, 100, 50, 255)); expected.SetFill3DMode(FILL3D_EXTRUDE);
             ExpectLine(expected);
         } else if (kind == 3 || kind == 103) {
             ExpectLine(expected);
@@ -217,21 +212,14 @@ TEST(KrTheme3DCustomTest, NumbersConvertAtTheirBoundaries)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     KrTheme3DCustom t;
-    t.AltitudeMode = L"v";
-    t.BottomAltitude = L"v";
-    t.ColorPoint = L"v";
-    t.FillForeColor = L"v";
-    t.IconScale = L"v";
-    t.IconName = L"v";
+    t.AltitudeMode = t.BottomAltitude = t.ColorPoint = t.FillForeColor = t.IconScale = t.IconName = L"v";
     t.LineWidth = L"missing";
     auto run = [&](int kind, const BsxVariant& v) {
         KrFeature f(new KrGeometry(kind));
         f.SetField(L"v", v);
         KrStyle s;
-        s.SetAltitudeMode(static_cast<AltitudeMode>(77));
-        s.SetPointColor(KrColorValue3D(9, 9, 9, 9));
-        s.SetFillColor(KrColorValue3D(9, 9, 9, 9));
-        s.SetLineWidth(7);
+        s.SetAltitudeMode(static_cast<AltitudeMode>(77)); s.SetLineWidth(7);
+        s.SetPointColor(KrColorValue3D(9, 9, 9, 9)); s.SetFillColor(KrColorValue3D(9, 9, 9, 9));
         t.FindStyle(&f, s);
         EXPECT_EQ(s.GetLineWidth(), 7); // an unknown field is skipped
         return s;
@@ -241,19 +229,23 @@ TEST(KrTheme3DCustomTest, NumbersConvertAtTheirBoundaries)
         {2147483647.5, 77}, {-2147483648.5, 77}, {1e300, 77}, {nan, 77}};
     for (const auto& c : codes) EXPECT_EQ(run(7, c.first).GetAltitudeMode(), c.second) << c.first;
 
-    EXPECT_EQ(run(7, 1e300).GetBottomAltitude(), HUGE_VALF);
-    EXPECT_EQ(run(7, -1e300).GetBottomAltitude(), -HUGE_VALF);
+    for (const auto& b : std::vector<std::pair<double, float>>{{1e300, HUGE_VALF}, {-1e300, -HUGE_VALF}, {0.1, 0.1f}})
+        EXPECT_EQ(run(7, b.first).GetBottomAltitude(), b.second) << b.first;
     EXPECT_TRUE(std::isnan(run(7, nan).GetBottomAltitude()));
-    EXPECT_EQ(run(7, 0.1).GetBottomAltitude(), 0.1f);
 
-    // Points round, regions truncate; both spellings of a packed colour with a high alpha work
-    EXPECT_EQ(run(1, 255.7).GetPointColor(), Color(0, 1, 0, 0));
-    EXPECT_EQ(run(1, 255.7).GetFillColor(), Color(0, 1, 0, 0));
-    EXPECT_EQ(run(5, 255.7).GetFillColor(), Color(255, 0, 0, 0));
-    EXPECT_EQ(run(1, -1.2).GetPointColor(), Color(255, 255, 255, 255));
-    EXPECT_EQ(run(5, 4294967295.9).GetFillColor(), Color(255, 255, 255, 255));
-    for (double out : {4294967295.6, -2147483648.6, nan}) EXPECT_EQ(run(1, out).GetPointColor(), KrColorValue3D(9, 9, 9, 9));
-    EXPECT_EQ(run(5, 4294967296.0).GetFillColor(), KrColorValue3D(9, 9, 9, 9));
+    // Points round, regions truncate; both spellings of a packed colour with a high alpha
+    // work; a number outside both leaves the colour
+    const KrColorValue3D kept(9, 9, 9, 9);
+    const std::vector<std::tuple<int, double, KrColorValue3D>> colours = {
+        {1, 255.7, Color(0, 1, 0, 0)}, {5, 255.7, Color(255, 0, 0, 0)}, {1, -1.2, Color(255, 255, 255, 255)},
+        {5, 4294967295.9, Color(255, 255, 255, 255)}, {1, 4294967295.6, kept}, {1, -2147483648.6, kept},
+        {1, nan, kept}, {5, 4294967296.0, kept}};
+    for (const auto& c : colours) {
+        const KrStyle st = run(std::get<0>(c), std::get<1>(c));
+        // A point's colour goes to both its point and its fill colour
+        EXPECT_EQ(st.GetFillColor(), std::get<2>(c)) << std::get<1>(c);
+        if (std::get<0>(c) == 1) { EXPECT_EQ(st.GetPointColor(), std::get<2>(c)) << std::get<1>(c); }
+    }
 
     // A text that is no number is skipped; a number read as text is its text form
     KrStyle s = run(1, L"abc");
