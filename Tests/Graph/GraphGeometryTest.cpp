@@ -4,6 +4,9 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "KrGeoCompound.h"
@@ -65,6 +68,15 @@ protected:
         return dynamic_cast<const T*>(c.GetAt(i));
     }
 
+    // The chart's parts in order: B for a bar or segment, P for a pie slice, T for a text
+    static std::string Shape(const KrGeoCompound& c)
+    {
+        std::string shape;
+        for (int i = 0; i < c.GetCount(); ++i)
+            shape += Part<KrGeoPieCylinder>(c, i) ? 'P' : Part<KrGeoCylinder>(c, i) ? 'B' : Part<KrGeoText3D>(c, i) ? 'T' : '?';
+        return shape;
+    }
+
     KrTheme3DGraph graph;
 };
 } // namespace
@@ -78,19 +90,17 @@ TEST_F(GraphGeometryTest, BarsStandSideBySideCentredOnThePosition)
     const double spacing = 200000 / 40075016.68557849 * 360;
     EXPECT_NEAR(graph.GetBarSpacingDegrees(), 1.7966, 1e-4);
     EXPECT_NEAR(graph.GetBarSpacingDegrees(), spacing, 1e-12);
-    ASSERT_EQ(chart->GetCount(), 2);
+    ASSERT_EQ(Shape(*chart), "BB");
+    // Total 40: S = 100 - 80 * 60 / 100 = 52, heights 13 and 39
+    const double heights[] = {13, 39};
     for (int i = 0; i < 2; ++i) {
         const auto* bar = Part<KrGeoCylinder>(*chart, i);
-        ASSERT_TRUE(bar);
         EXPECT_NEAR(bar->GetCentre().x + bar->GetOffsetX(), 10 + (i == 0 ? -0.8983 : 0.8983), 1e-4);
-        EXPECT_EQ(bar->GetBottomRadius(), 50000);
-        EXPECT_EQ(bar->GetTopRadius(), 50000);
+        EXPECT_EQ(std::make_pair(bar->GetBottomRadius(), bar->GetTopRadius()), std::make_pair(50000.0, 50000.0));
         EXPECT_EQ(bar->GetCentre().z, 5);
         EXPECT_EQ(bar->GetStyle()->GetFillStyle(), i + 1);
+        EXPECT_DOUBLE_EQ(bar->GetHeight(), heights[i]);
     }
-    // Total 40: S = 100 - 80 * 60 / 100 = 52, heights 13 and 39
-    EXPECT_DOUBLE_EQ(Part<KrGeoCylinder>(*chart, 0)->GetHeight(), 13);
-    EXPECT_DOUBLE_EQ(Part<KrGeoCylinder>(*chart, 1)->GetHeight(), 39);
 
     // S = 60 for a total of 50; a non-positive value is replaced and keeps its slot empty
     Items(3, KrTheme3DGraph::GraphBar);
@@ -98,13 +108,11 @@ TEST_F(GraphGeometryTest, BarsStandSideBySideCentredOnThePosition)
     values = {10, -3, 43};
     chart = Draw(values);
     EXPECT_EQ(values[1], 0.001);
-    ASSERT_EQ(chart->GetCount(), 4);
+    ASSERT_EQ(Shape(*chart), "BTBT");
     EXPECT_DOUBLE_EQ(Part<KrGeoCylinder>(*chart, 0)->GetHeight(), 12);
     const auto* third = Part<KrGeoCylinder>(*chart, 2);
-    ASSERT_TRUE(third);
     EXPECT_NEAR(third->GetCentre().x + third->GetOffsetX(), 10 + spacing, 1e-12);
     const auto* label = Part<KrGeoText3D>(*chart, 3);
-    ASSERT_TRUE(label);
     EXPECT_NEAR(label->GetPoint(0).x, 10 + spacing, 1e-12);
     EXPECT_DOUBLE_EQ(label->GetPoint(0).z, 5 + third->GetHeight());
     EXPECT_EQ(label->GetSubText(0).GetText(), L"86.0%");
@@ -127,11 +135,10 @@ TEST_F(GraphGeometryTest, StackedSegmentsAndPieSlices)
     graph.SetMaxSumSize(60);
     std::vector<double> values{10, 20, 30};
     auto chart = Draw(values);
-    ASSERT_EQ(chart->GetCount(), 6);
+    ASSERT_EQ(Shape(*chart), "BTBTBT");
     const double bases[] = {0, 10, 30}, texts[] = {5, 20, 45};
     for (int i = 0; i < 3; ++i) {
         const auto* segment = Part<KrGeoCylinder>(*chart, 2 * i);
-        ASSERT_TRUE(segment);
         EXPECT_DOUBLE_EQ(segment->GetCentre().z, 5 + bases[i]);
         EXPECT_DOUBLE_EQ(segment->GetHeight(), values[static_cast<size_t>(i)]);
         EXPECT_EQ(segment->GetStyle()->GetAltitudeMode(), i == 0 ? ALTITUDE_CLAMP_TO_GROUND : ALTITUDE_RELATIVE_TO_GROUND);
@@ -145,10 +152,9 @@ TEST_F(GraphGeometryTest, StackedSegmentsAndPieSlices)
     values = {1, 1, 1};
     chart = Draw(values);
     const double radius = (60 - 60 * (60 - 3.0) / 60) * 0.25;
-    ASSERT_EQ(chart->GetCount(), 6);
+    ASSERT_EQ(Shape(*chart), "PTPTPT");
     for (int i = 0; i < 3; ++i) {
         const auto* slice = Part<KrGeoPieCylinder>(*chart, 2 * i);
-        ASSERT_TRUE(slice);
         EXPECT_DOUBLE_EQ(slice->GetSweep(), 118);
         EXPECT_DOUBLE_EQ(slice->GetStartAngle(), 120.0 * i);
         EXPECT_DOUBLE_EQ(slice->GetEndAngle(), 120.0 * i + 118);
@@ -166,13 +172,13 @@ TEST_F(GraphGeometryTest, StackedSegmentsAndPieSlices)
     values = {5};
     graph.SetStartAngle(30);
     chart = Draw(values);
-    ASSERT_EQ(chart->GetCount(), 1);
+    ASSERT_EQ(Shape(*chart), "P");
     EXPECT_EQ(Part<KrGeoPieCylinder>(*chart, 0)->GetSweep(), 360);
     EXPECT_EQ(Part<KrGeoPieCylinder>(*chart, 0)->GetStartAngle(), 30);
 
     values = {1, 0.5, 100}; // 0.5 of 101.5 sweeps 1.77 degrees, less than 1 after the gap
     chart = Draw(values);
-    ASSERT_EQ(chart->GetCount(), 2);
+    ASSERT_EQ(Shape(*chart), "PP");
     EXPECT_DOUBLE_EQ(Part<KrGeoPieCylinder>(*chart, 1)->GetStartAngle(), 30 + 1.5 / 101.5 * 360);
 }
 
@@ -180,9 +186,7 @@ TEST_F(GraphGeometryTest, SumsAndDefaultSizesForALayer)
 {
     KrTheme3DGraph layer;
     layer.CalExtremumvValue(-5, 100, BsxRect2D(0, 0, 36, 18), 1, false);
-    EXPECT_EQ(layer.GetMinSum(), 0);
-    EXPECT_EQ(layer.GetMaxSum(), 100);
-    EXPECT_EQ(layer.GetSqrtMaxSum(), 10);
+    EXPECT_EQ(std::vector<double>({layer.GetMinSum(), layer.GetMaxSum(), layer.GetSqrtMaxSum()}), std::vector<double>({0, 100, 10}));
     EXPECT_EQ(layer.GetLogMinSum(), -kInf);
     EXPECT_NEAR(layer.GetLogMaxSum(), 4.60517, 1e-5);
     EXPECT_NEAR(layer.GetBarWidth(), 12756.274, 1e-9);
@@ -200,14 +204,11 @@ TEST_F(GraphGeometryTest, SumsAndDefaultSizesForALayer)
     values.Add(2);
     layer.AddArrayField(L"A", values);
     layer.Add(L"field");
-    layer.CalExtremumvValue(1, 4, BsxRect2D(), 1, true);
-    EXPECT_EQ(layer.GetMinSum(), 3);
-    EXPECT_EQ(layer.GetMaxSum(), 12);
-    layer.CalExtremumvValue(1, 4, BsxRect2D(), 1, false);
-    EXPECT_EQ(layer.GetMinSum(), 0);
-    EXPECT_EQ(layer.GetMaxSum(), 6);
-    layer.CalExtremumvValue(1, 4, BsxRect2D(), 0, true);
-    EXPECT_EQ(layer.GetMaxSum(), 4);
+    // {field count, sum of the array items, min and max sum}
+    for (const auto& c : std::vector<std::tuple<int, bool, double, double>>{{1, true, 3, 12}, {1, false, 0, 6}, {0, true, 1, 4}}) {
+        layer.CalExtremumvValue(1, 4, BsxRect2D(), std::get<0>(c), std::get<1>(c));
+        EXPECT_EQ(std::make_pair(layer.GetMinSum(), layer.GetMaxSum()), std::make_pair(std::get<2>(c), std::get<3>(c)));
+    }
 }
 
 TEST_F(GraphGeometryTest, SizeRangeAndGraduatedModes)
@@ -236,9 +237,7 @@ TEST_F(GraphGeometryTest, EmptyAndHostileInputGiveDefinedCharts)
 {
     Items(2, KrTheme3DGraph::GraphBar);
     std::vector<double> values{0, 0};
-    auto chart = Draw(values);
-    ASSERT_TRUE(chart);
-    EXPECT_EQ(chart->GetCount(), 0);
+    EXPECT_EQ(Shape(*Draw(values)), "");
     EXPECT_EQ(values, (std::vector<double>{0.001, 0.001}));
     for (unsigned count : {0u, 7u}) {
         std::unique_ptr<KrGeometry> none(graph.ConvertToGeometry(nullptr, count, BsxPoint3D()));
@@ -273,20 +272,12 @@ TEST_F(GraphGeometryTest, FactoryThatGivesNothing)
 
     // The second cylinder is not given: its bar is skipped, its text and the others stay
     KrGeometryManager::SetAllowance(KrGeometry::GEO_CYLINDER, 1);
-    auto chart = Draw(values);
-    ASSERT_EQ(chart->GetCount(), 4);
-    EXPECT_TRUE(Part<KrGeoCylinder>(*chart, 0));
-    EXPECT_TRUE(Part<KrGeoText3D>(*chart, 1));
-    EXPECT_TRUE(Part<KrGeoText3D>(*chart, 2));
-    EXPECT_TRUE(Part<KrGeoText3D>(*chart, 3));
+    EXPECT_EQ(Shape(*Draw(values)), "BTTT");
 
     Items(2, KrTheme3DGraph::GraphPie);
     KrGeometryManager::SetAllowance(KrGeometry::GEO_PIECYLINDER, 0);
     values = {1, 2};
-    chart = Draw(values);
-    ASSERT_EQ(chart->GetCount(), 2);
-    EXPECT_TRUE(Part<KrGeoText3D>(*chart, 0));
-    EXPECT_TRUE(Part<KrGeoText3D>(*chart, 1));
+    EXPECT_EQ(Shape(*Draw(values)), "TT");
 }
 
 namespace {

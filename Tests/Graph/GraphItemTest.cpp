@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "Kr3DGraph.h"
 #include "Kr3DGraphItem.h"
@@ -19,23 +21,6 @@ Kr3DGraphItem ArrayItem(const wchar_t* caption, std::initializer_list<double> va
     return item;
 }
 } // namespace
-
-TEST(Kr3DGraphItemTest, AssignmentKeepsOwnValuesWhenTheSourceHasNone)
-{
-    Kr3DGraphItem target = ArrayItem(L"t", {1, 2});
-    Kr3DGraphItem source;
-    source.FieldExpression = L"POP";
-    source.Style.SetLineWidth(4);
-    source.Type = 7;
-    target = source;
-    EXPECT_EQ(target.FieldExpression, L"POP");
-    EXPECT_EQ(target.Caption, L"");
-    EXPECT_EQ(target.Style, source.Style);
-    EXPECT_EQ(target.Type, 7);
-    EXPECT_EQ(target.ArrayValues.GetSize(), 2);
-    target = ArrayItem(L"u", {9});
-    EXPECT_EQ(target.ArrayValues.GetSize(), 1);
-}
 
 TEST(Kr3DGraphTest, AddSetCountAndRemoveAt)
 {
@@ -68,9 +53,7 @@ TEST(Kr3DGraphTest, AddSetCountAndRemoveAt)
 
     Kr3DGraph four;
     four.SetCount(4);
-    EXPECT_EQ(four.RemoveAt(4, 1), 0);
-    EXPECT_EQ(four.RemoveAt(-1, 1), 0);
-    EXPECT_EQ(four.RemoveAt(1, 0), 0);
+    for (const auto& bad : std::vector<std::pair<int, int>>{{4, 1}, {-1, 1}, {1, 0}}) EXPECT_EQ(four.RemoveAt(bad.first, bad.second), 0);
     EXPECT_EQ(four.RemoveAt(1, 10), 3);
     EXPECT_EQ(four.GetCount(), 1);
 
@@ -96,7 +79,7 @@ TEST(Kr3DGraphTest, ShiftingItemsCarriesTheirOwnValues)
     EXPECT_EQ(graph.GetItem(2).ArrayValues.GetSize(), 2);
 }
 
-TEST(Kr3DGraphTest, ChartAssignmentGoesItemByItem)
+TEST(Kr3DGraphTest, AssignmentGoesItemByItemKeepingValuesTheSourceLacks)
 {
     Kr3DGraph target;
     target.InsertAt(-1, ArrayItem(L"old", {7, 8}));
@@ -104,14 +87,23 @@ TEST(Kr3DGraphTest, ChartAssignmentGoesItemByItem)
     target.SetBarWidth(3);
     Kr3DGraph source;
     source.Add(L"new");
+    KrStyle style;
+    style.SetLineWidth(4);
+    source.SetStyleAt(0, style);
     source.SetGraphType(12);
     target = source;
     ASSERT_EQ(target.GetCount(), 1);
-    EXPECT_EQ(target.GetCaptionAt(0), L"new");
-    // The item whose source has no values keeps the ones it had
-    EXPECT_EQ(target.GetItem(0).ArrayValues.GetSize(), 2);
+    const Kr3DGraphItem& item = target.GetItem(0);
+    EXPECT_EQ(item.Caption + L"|" + item.FieldExpression, L"new|new");
+    EXPECT_EQ(item.Style, style);
+    EXPECT_EQ(item.Type, 1);
+    // The item whose source has no values keeps the ones it had; a source with values replaces them
+    EXPECT_EQ(item.ArrayValues.GetSize(), 2);
     EXPECT_EQ(target.GetGraphType(), 12);
     EXPECT_EQ(target.GetBarWidth(), 0);
+    Kr3DGraphItem replaced = item;
+    replaced = ArrayItem(L"u", {9});
+    EXPECT_EQ(replaced.ArrayValues.GetSize(), 1);
 
     Kr3DGraph copy(target);
     EXPECT_EQ(copy.GetItem(0).ArrayValues.GetSize(), 2);
