@@ -121,9 +121,7 @@ TEST(KrTheme3DRangeXmlTest, BothOrdersAndTheirPrecisionSurviveADocument)
     EXPECT_EQ(T3DTest::ItemOf(back, 10), 1);
 
     Range tiny;
-    tiny.Add(1e-20, KrTheme3DItem());
-    tiny.Add(0.1, KrTheme3DItem());
-    tiny.Add(1234567.125, KrTheme3DItem());
+    for (double b : {1e-20, 0.1, 1234567.125}) tiny.Add(b, KrTheme3DItem());
     const BsxUnicodeString tinyXml = tiny.ToXML(0, L"");
     EXPECT_EQ(RangeTexts(tinyXml), (std::vector<std::string>{"X<0", "0<=X<0.1", "0.1<=X<1234567.125", "X>=1234567.125"}));
     ASSERT_TRUE(back.FromXML(tinyXml, 0, L""));
@@ -131,8 +129,7 @@ TEST(KrTheme3DRangeXmlTest, BothOrdersAndTheirPrecisionSurviveADocument)
     EXPECT_FALSE(back.IsDescending());
 
     // An empty theme writes an empty list and reads back empty
-    Range empty;
-    ASSERT_TRUE(back.FromXML(empty.ToXML(0, L""), 0, L""));
+    ASSERT_TRUE(back.FromXML(Range().ToXML(0, L""), 0, L""));
     EXPECT_EQ(back.GetCount(), 0);
 }
 
@@ -179,11 +176,9 @@ TEST(KrTheme3DRangeXmlTest, BreaksComeFromTheLowerBoundOfEachRangeText)
 
 TEST(KrTheme3DRangeXmlTest, TheEnvelopeRefusesWhatIsNotARangeTheme)
 {
-    const Range small = Small();
-    EXPECT_EQ(small.ToXML(12345, L""), L"");
-    const BsxUnicodeString xml = small.ToXML(0, L"");
-
-    Range r = small;
+    Range r = Small();
+    EXPECT_EQ(r.ToXML(12345, L""), L"");
+    const BsxUnicodeString xml = r.ToXML(0, L"");
     EXPECT_FALSE(r.FromXML(xml, 20050101, L""));
     for (const wchar_t* bad : {L"", L"<not xml"}) EXPECT_FALSE(r.FromXML(bad, 0, L""));
     BsxUnicodeString unique = xml;
