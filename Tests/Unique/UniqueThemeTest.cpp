@@ -109,7 +109,7 @@ TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
     s.SetFillStyle(7);
     t.SetCaptionAt(1, L"A!"); t.SetVisibleAt(1, false); t.SetStyleAt(1, s);
     const KrTheme3DItem* a = t.Find(L"a");
-    EXPECT_TRUE(a->Caption == L"A!" && !a->Visible && a->Style.GetFillStyle() == 7);
+    EXPECT_TRUE(a->Caption == L"A!" && !a->Visible && &t.GetStyleAt(1) == &a->Style && a->Style.GetFillStyle() == 7);
     EXPECT_THROW(t.GetValueAt(2), std::out_of_range);
     EXPECT_THROW(t.GetAt(-1), std::out_of_range);
 
