@@ -11,13 +11,16 @@ cmake --preset debug >/dev/null || exit 1
 cmake --build --preset debug || exit 1
 log=build/debug/valgrind
 rm -rf "$log" && mkdir -p "$log"
+# ctest writes one memcheck log per test here
+rm -f build/debug/Testing/Temporary/MemoryChecker.*.log
 ctest --test-dir build/debug -T memcheck -j2 --output-on-failure -E '^demo_|^Demo' ${1:+-R "$1"} \
       --overwrite MemoryCheckCommand=/usr/bin/valgrind \
-      --overwrite "MemoryCheckCommandOptions=--tool=memcheck --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite,indirect,possible --track-origins=yes --num-callers=30 --suppressions=$PWD/scripts/valgrind.supp --log-file=$PWD/$log/%p.log" \
+      --overwrite "MemoryCheckCommandOptions=--tool=memcheck --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite,indirect,possible --track-origins=yes --num-callers=30 --suppressions=$PWD/scripts/valgrind.supp" \
       >"$log/ctest.txt" 2>&1
 status=$?
-processes=$(ls "$log"/*.log | wc -l)
-bad=$(grep -lE 'ERROR SUMMARY: [1-9]|(definitely|indirectly|possibly) lost: [1-9]' "$log"/*.log)
+logs=(build/debug/Testing/Temporary/MemoryChecker.*.log)
+processes=${#logs[@]}
+bad=$(grep -lE 'ERROR SUMMARY: [1-9]|(definitely|indirectly|possibly) lost: [1-9]' "${logs[@]}")
 if [ $status -ne 0 ] || [ -n "$bad" ]; then
   grep -E 'tests passed|FAILED|Failed|\(Failed\)' "$log/ctest.txt" | head -40
   for f in $bad; do echo "== $f"; grep -E 'Command:|ERROR SUMMARY|lost:|Invalid|uninitialised' "$f" | head -12; done
