@@ -50,7 +50,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     values.Add(reals[data[0] % 8]);
     for (std::size_t i = 1; i + 1 < size && i < 64; i += 2) values.Add(static_cast<std::int8_t>(data[i]) * 1.5);
     values.Add(reals[(size + data[0]) % 8]);
-    const int count = size > 1 ? static_cast<int>(data[1]) * 300 - 20 : 3;
+    // Class counts from -2 to 61, and now and then one past the largest count a classification
+    // makes: every default item costs an allocation, so huge counts on every input would leave
+    // the reader above only a few runs a second
+    const int selector = size > 1 ? data[1] : 5;
+    const int count = selector == 255 ? KRN::KrTheme3DRange::kMaxClasses + 1 : selector % 64 - 2;
     for (int method = 0; method <= 6; ++method)
         again.MakeDefault(method, count, values, KRN::KrTheme3DRange::QuantileBreaks(values, count), reals[size % 8]);
     return 0;
