@@ -64,6 +64,20 @@ TEST(KrMarkupTest, WritingElementsAttributesAndFragments)
     EXPECT_TRUE(back.FindChildElem(L"tdx:Style"));
 }
 
+TEST(KrMarkupTest, TextAndAttributesComeBackAsWritten)
+{
+    for (const wchar_t* text : {L" padded ", L"a\rb", L"a\r\nb", L"  ", L"tab\tand\nline"}) {
+        KrMarkup m;
+        m.AddElem(L"r");
+        m.AddElem(L"c", text, false, true);
+        m.SetAttrib(KrMarkup::MNT_CHILD, L"k", text);
+        KrMarkup back(m.GetDoc().Cstr());
+        ASSERT_TRUE(back.FindChildElem(L"c"));
+        EXPECT_EQ(back.GetChildData(), text);
+        EXPECT_EQ(back.GetChildAttrib(L"k"), text);
+    }
+}
+
 TEST(KrMarkupTest, MalformedTextIsAnEmptyDocument)
 {
     for (const wchar_t* bad : {L"<r><a></r>", L"<r", L"plain text", L"<a/><", L"", L"<r></r><r"}) {

@@ -32,7 +32,9 @@ struct KrMarkup::Impl {
 };
 
 namespace {
-const unsigned kParseFlags = pugi::parse_default | pugi::parse_ws_pcdata_single;
+// Line ends and attribute white space are kept as written, so that a text holding "\r" or a
+// key holding a line break comes back unchanged
+const unsigned kParseFlags = (pugi::parse_default & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) | pugi::parse_ws_pcdata_single;
 
 std::string Utf8(const wchar_t* text) { return text ? BsxUnicodeString::ToUtf8(text, std::wcslen(text)) : std::string(); }
 
