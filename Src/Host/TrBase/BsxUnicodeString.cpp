@@ -123,18 +123,27 @@ bool BsxUnicodeString::FormatV(const wchar_t* format, va_list args)
     m_text.clear();
     if (!format) return false;
     const std::wstring fmt = WidenConversions(format);
-    // vswprintf gives -1 both for a short buffer and for a bad format: grow a bounded number of times.
-    std::vector<wchar_t> buffer(256);
+    // Most results are short: try a buffer on the stack before growing one on the heap.
+    // vswprintf gives -1 both for a short buffer and for a bad format, so growth is bounded.
+    wchar_t local[128];
+    va_list copy;
+    va_copy(copy, args);
+    int n = std::vswprintf(local, sizeof local / sizeof local[0], fmt.c_str(), copy);
+    va_end(copy);
+    if (n >= 0) {
+        m_text.assign(local, static_cast<size_t>(n));
+        return true;
+    }
+    std::vector<wchar_t> buffer(1024);
     for (int attempt = 0; attempt < 16; ++attempt) {
-        va_list copy;
         va_copy(copy, args);
-        int n = std::vswprintf(buffer.data(), buffer.size(), fmt.c_str(), copy);
+        n = std::vswprintf(buffer.data(), buffer.size(), fmt.c_str(), copy);
         va_end(copy);
         if (n >= 0) {
             m_text.assign(buffer.data(), static_cast<size_t>(n));
             return true;
         }
-        if (buffer.size() >= (1u << 24)) break;
+        if (buffer.size() >= (1u << 20)) break;
         buffer.resize(buffer.size() * 4);
     }
     return false;
