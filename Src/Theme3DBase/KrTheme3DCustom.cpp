@@ -120,12 +120,17 @@ KrColorValue3D ToColor(std::uint32_t packed)
                           BSXALPHAVAL(packed) / 255.0);
 }
 
-// Narrowing a finite double beyond the float range is undefined in C++; such values become the
-// infinity of their sign, as an IEEE conversion would give. NaN stays NaN.
+// Narrowing a finite double beyond the float range is undefined in C++, so the IEEE rounding is
+// spelled out: a value less than half a float step past FLT_MAX (3.4028235e38, the way FLT_MAX is
+// usually written out, is one) rounds to FLT_MAX; from the half step on, where a tie rounds to
+// even, it becomes the infinity of its sign. NaN stays NaN.
 float ToFloat(double v)
 {
-    if (v > FLT_MAX) return HUGE_VALF;
-    if (v < -FLT_MAX) return -HUGE_VALF;
+    constexpr double kFloatOverflow = 0x1.ffffffp+127; // FLT_MAX plus half a step
+    if (v >= kFloatOverflow) return HUGE_VALF;
+    if (v <= -kFloatOverflow) return -HUGE_VALF;
+    if (v > FLT_MAX) return FLT_MAX;
+    if (v < -FLT_MAX) return -FLT_MAX;
     return static_cast<float>(v);
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -229,7 +230,13 @@ TEST(KrTheme3DCustomTest, NumbersConvertAtTheirBoundaries)
         {2147483647.5, 77}, {-2147483648.5, 77}, {1e300, 77}, {nan, 77}};
     for (const auto& c : codes) EXPECT_EQ(run(7, c.first).GetAltitudeMode(), c.second) << c.first;
 
-    for (const auto& b : std::vector<std::pair<double, float>>{{1e300, HUGE_VALF}, {-1e300, -HUGE_VALF}, {0.1, 0.1f}})
+    // Narrowing rounds to the nearest float: just past FLT_MAX (3.4028235e38 as commonly written)
+    // is still FLT_MAX, and only from half a float step beyond it does the value overflow
+    const double overflow = 0x1.ffffffp+127;
+    for (const auto& b : std::vector<std::pair<double, float>>{{1e300, HUGE_VALF}, {-1e300, -HUGE_VALF}, {0.1, 0.1f},
+                                                               {3.4028235e38, FLT_MAX}, {-3.4028235e38, -FLT_MAX},
+                                                               {std::nextafter(overflow, 0.0), FLT_MAX},
+                                                               {overflow, HUGE_VALF}, {-overflow, -HUGE_VALF}})
         EXPECT_EQ(run(7, b.first).GetBottomAltitude(), b.second) << b.first;
     EXPECT_TRUE(std::isnan(run(7, nan).GetBottomAltitude()));
 
