@@ -1,10 +1,21 @@
 #include "Kr3DGraph.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace KRN {
 
 using BSX::BsxUnicodeString;
+
+namespace {
+// Puts source into target whole, array values included. Items that shift along the list must
+// carry their own values, which assignment would not do for an item without any.
+void Relocate(Kr3DGraphItem& target, Kr3DGraphItem& source)
+{
+    target.ArrayValues.RemoveAll();
+    target = std::move(source);
+}
+} // namespace
 
 Kr3DGraph::Kr3DGraph() = default;
 
@@ -20,7 +31,7 @@ Kr3DGraph& Kr3DGraph::operator=(const Kr3DGraph& other)
     const int common = std::min(GetCount(), other.GetCount());
     for (int i = 0; i < common; ++i) m_items[i] = other.m_items[i];
     if (GetCount() > other.GetCount()) {
-        m_items.RemoveAt(common, GetCount() - common);
+        m_items.SetSize(common);
     } else {
         m_items.Reserve(other.GetCount());
         for (int i = common; i < other.GetCount(); ++i) m_items.Add(other.m_items[i]);
@@ -55,7 +66,8 @@ int Kr3DGraph::RemoveAt(int index, int count)
 {
     if (index < 0 || index >= GetCount() || count <= 0) return 0;
     const int removed = std::min(GetCount() - index, count);
-    m_items.RemoveAt(index, removed);
+    for (int i = index; i + removed < GetCount(); ++i) Relocate(m_items[i], m_items[i + removed]);
+    m_items.SetSize(GetCount() - removed);
     return removed;
 }
 
@@ -63,8 +75,15 @@ void Kr3DGraph::RemoveAll() { m_items = BSX::BsxArray<Kr3DGraphItem>(); }
 
 void Kr3DGraph::InsertAt(int index, const Kr3DGraphItem& item)
 {
-    if (index < 0 || index > GetCount()) index = GetCount();
-    m_items.InsertAt(index, item);
+    if (index < 0 || index >= GetCount()) {
+        m_items.Add(item);
+        return;
+    }
+    // A copy first: item may be one of this list's own, which the growth below would move
+    Kr3DGraphItem copy(item);
+    m_items.Add(Kr3DGraphItem());
+    for (int i = GetCount() - 1; i > index; --i) Relocate(m_items[i], m_items[i - 1]);
+    Relocate(m_items[index], copy);
 }
 
 } // namespace KRN

@@ -97,8 +97,8 @@ Kr3DGraphItem& Kr3DGraphItem::operator=(const Kr3DGraphItem& other)
     return *this;
 }
 
-// Containers shift and grow by moving; a move must carry the item whole, or an empty array
-// would leave the values of whatever item used to stand in that slot
+// A container that grows moves its items into fresh storage, where nothing is to be kept: the
+// item goes over whole
 Kr3DGraphItem::Kr3DGraphItem(Kr3DGraphItem&& other) noexcept
     : FieldExpression(std::move(other.FieldExpression)), Caption(std::move(other.Caption)),
       Style(std::move(other.Style)), Type(other.Type), ArrayValues(std::move(other.ArrayValues))
@@ -112,7 +112,8 @@ Kr3DGraphItem& Kr3DGraphItem::operator=(Kr3DGraphItem&& other) noexcept
     Caption = std::move(other.Caption);
     Style = std::move(other.Style);
     Type = other.Type;
-    ArrayValues = std::move(other.ArrayValues);
+    // Assigning a temporary is still assignment: an item without values keeps the target's
+    if (!other.ArrayValues.IsEmpty()) ArrayValues = std::move(other.ArrayValues);
     return *this;
 }
 

@@ -20,7 +20,7 @@ public:
     Kr3DGraphItem(const Kr3DGraphItem& other);
     // Copies expression, caption, style and type; the array values only when other has some
     Kr3DGraphItem& operator=(const Kr3DGraphItem& other);
-    // Moving hands everything over, array values included
+    // Moving construction takes everything; moving assignment follows the copying rule
     Kr3DGraphItem(Kr3DGraphItem&& other) noexcept;
     Kr3DGraphItem& operator=(Kr3DGraphItem&& other) noexcept;
     virtual ~Kr3DGraphItem();

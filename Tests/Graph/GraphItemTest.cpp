@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -103,6 +104,10 @@ TEST(Kr3DGraphTest, AssignmentGoesItemByItemKeepingValuesTheSourceLacks)
     EXPECT_EQ(target.GetBarWidth(), 0);
     Kr3DGraphItem replaced = item;
     replaced = ArrayItem(L"u", {9});
+    EXPECT_EQ(replaced.ArrayValues.GetSize(), 1);
+    // A temporary without values is assigned by the same rule
+    replaced = Kr3DGraphItem();
+    EXPECT_EQ(replaced.Caption + L"|" + std::to_wstring(replaced.Type).c_str(), L"|1");
     EXPECT_EQ(replaced.ArrayValues.GetSize(), 1);
 
     Kr3DGraph copy(target);
