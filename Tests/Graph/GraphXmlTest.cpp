@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -194,7 +195,7 @@ TEST(Kr3DGraphItemXmlTest, RecordFormsAndCarryOver)
     ASSERT_TRUE(back.FromXML(old, 20031212));
     EXPECT_EQ(back.Caption, L"c");
     EXPECT_EQ(back.Style, geo);
-    EXPECT_EQ(back.Type, -1); // the unsigned reading's 32 bits, as the signed type holds them
+    EXPECT_EQ(back.Type, INT_MAX); // held at the int range, so that it is written back as read
     EXPECT_LE(back.ArrayValues.GetSize(), old.GetLength());
 
     T3DTest::ClearLog();
