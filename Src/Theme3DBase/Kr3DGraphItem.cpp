@@ -159,10 +159,10 @@ bool Kr3DGraphItem::FromXML(const BsxUnicodeString& xml, int version)
     ThemeXml::ReadStyle(markup, kOldStyleName, Style, version);
     ThemeXml::ReadStyle(markup, ThemeXml::kStyleName, Style, version);
     if (ThemeXml::ReadText(markup, kTypeName, text)) {
-        // The type is written back with "%d": a number past the int range is held at INT_MAX
-        // rather than wrapped to a negative type, which the unsigned reading would turn into 0
+        // The unsigned reading's 32 bits are the type: "4294967295" is -1, and "-1", which is
+        // how such a type is written back, reads as 4294967295 again
         const unsigned int type = text.ToUInt(10);
-        Type = type > static_cast<unsigned int>(INT_MAX) ? INT_MAX : static_cast<int>(type);
+        Type = type > static_cast<unsigned int>(INT_MAX) ? -static_cast<int>(UINT_MAX - type) - 1 : static_cast<int>(type);
     }
     if (ThemeXml::ReadText(markup, kArrayCountName, text)) {
         const int count = GraphXml::ClampClaimedCount(kratoi(text), xml);

@@ -195,7 +195,10 @@ TEST(Kr3DGraphItemXmlTest, RecordFormsAndCarryOver)
     ASSERT_TRUE(back.FromXML(old, 20031212));
     EXPECT_EQ(back.Caption, L"c");
     EXPECT_EQ(back.Style, geo);
-    EXPECT_EQ(back.Type, INT_MAX); // held at the int range, so that it is written back as read
+    EXPECT_EQ(back.Type, -1); // the unsigned reading's 32 bits
+    Kr3DGraphItem reread;
+    ASSERT_TRUE(reread.FromXML(back.ToXML(0), 0));
+    EXPECT_EQ(reread.Type, -1);
     EXPECT_LE(back.ArrayValues.GetSize(), old.GetLength());
 
     T3DTest::ClearLog();

@@ -65,7 +65,7 @@ TEST(BsxUnicodeStringTest, NumbersAndUtf8)
 {
     for (const auto& d : std::vector<std::pair<const wchar_t*, double>>{{L" 2.50x", 2.5}, {L"abc", 0}})
         EXPECT_DOUBLE_EQ(BsxUnicodeString(d.first).ToDouble(), d.second);
-    for (const auto& u : std::vector<std::pair<const wchar_t*, unsigned>>{{L"255", 255u}, {L"99999999999", UINT_MAX}, {L"-3", 0u}})
+    for (const auto& u : std::vector<std::pair<const wchar_t*, unsigned>>{{L"255", 255u}, {L"99999999999", UINT_MAX}, {L"-3", 4294967293u}, {L"-99999999999", UINT_MAX}, {L"--1", 0u}})
         EXPECT_EQ(BsxUnicodeString(u.first).ToUInt(10), u.second);
     for (const auto& i : std::vector<std::pair<const wchar_t*, int>>{{L" -12abc", -12}, {L"99999999999999999999", INT_MAX}, {L"x", 0}})
         EXPECT_EQ(kratoi(i.first), i.second);

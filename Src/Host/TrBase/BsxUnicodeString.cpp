@@ -254,14 +254,19 @@ double BsxUnicodeString::ToDouble() const
 
 unsigned int BsxUnicodeString::ToUInt(unsigned int radix) const
 {
+    // The C library's unsigned reading on a 32-bit unsigned long, as the host has it: a leading
+    // minus negates modulo 2^32 ("-1" gives 4294967295), a number past the range gives the maximum
     if (radix != 0 && (radix < 2 || radix > 36)) return 0;
     const wchar_t* p = m_text.c_str();
     while (std::iswspace(static_cast<wint_t>(*p))) ++p;
-    if (*p == L'-') return 0;
+    bool negative = false;
+    if (*p == L'+' || *p == L'-') negative = (*p++ == L'-');
+    if (*p == L'+' || *p == L'-') return 0;
     errno = 0;
-    unsigned long long v = std::wcstoull(p, nullptr, static_cast<int>(radix));
+    const unsigned long long v = std::wcstoull(p, nullptr, static_cast<int>(radix));
     if (errno == ERANGE || v > UINT_MAX) return UINT_MAX;
-    return static_cast<unsigned int>(v);
+    const unsigned int magnitude = static_cast<unsigned int>(v);
+    return negative ? 0u - magnitude : magnitude;
 }
 
 } // namespace BSX
