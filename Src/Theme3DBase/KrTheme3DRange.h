@@ -107,6 +107,9 @@ protected:
     void ClassifyWithLogarithmNew(int count, double max, double min);
     void ClassifyWithCustomInterval(double interval, double max, double min);
     void ClassifyWithCustomIntervalNew(double interval, double max, double min);
+    // The step of both fixed-width walks: a zero width or data range adds the single break min
+    // and answers 0; a negative or NaN width answers 0 and adds nothing
+    double FixedWidth(double interval, double max, double min, const KrTheme3DItem& item);
     void ClassifyWithQuantileNew(int count, int valueCount, BSX::BsxArray<double> breaks);
     void ClassifyWithStdev(const BSX::BsxArray<double>& values);
     // Mean and population standard deviation

@@ -109,18 +109,23 @@ void KrTheme3DRange::ClassifyWithLogarithmNew(int count, double max, double min)
     for (int i = 1; i < n; ++i) AddBreak(std::pow(kLogBase, low + i * step), item);
 }
 
+double KrTheme3DRange::FixedWidth(double interval, double max, double min, const KrTheme3DItem& item)
+{
+    const double range = max - min;
+    const double s = IsZero(range) ? 0.0 : interval;
+    if (IsZero(s) || range / s > kMaxClassesReal) {
+        AddBreak(min, item);
+        return 0.0;
+    }
+    return s > 0.0 ? s : 0.0;
+}
+
 // A negative or NaN width would walk away from max for ever; it makes no ranges. The walk is
 // also held to the class limit, since min + i*s can stall where s is below min's precision.
 void KrTheme3DRange::ClassifyWithCustomIntervalNew(double interval, double max, double min)
 {
     const KrTheme3DItem item;
-    const double range = max - min;
-    double s = interval;
-    if (IsZero(range)) s = 0.0;
-    if (IsZero(s) || range / s > kMaxClassesReal) {
-        AddBreak(min, item);
-        return;
-    }
+    const double s = FixedWidth(interval, max, min, item);
     if (!(s > 0.0) || !(max - s > min)) return;
     const double last = max - s;
     for (int i = 1; i <= kMaxClasses + 1; ++i) {
@@ -169,13 +174,7 @@ void KrTheme3DRange::ClassifyWithLogarithm(int count, double max, double min)
 void KrTheme3DRange::ClassifyWithCustomInterval(double interval, double max, double min)
 {
     const KrTheme3DItem item;
-    const double range = max - min;
-    double s = interval;
-    if (IsZero(range)) s = 0.0;
-    if (IsZero(s) || range / s > kMaxClassesReal) {
-        AddBreak(min, item);
-        return;
-    }
+    const double s = FixedWidth(interval, max, min, item);
     if (!(s > 0.0) || !(max > min)) return;
     for (int i = 0; i <= kMaxClasses + 1; ++i) {
         const double b = min + i * s;
