@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <fstream>
+#include <cstring>
 #include <memory>
 #include <sys/stat.h>
 
@@ -12,6 +12,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerReader.h"
+#include "DemoOutput.h"
 #include "DemoPlugin.h"
 #include "DemoProgress.h"
 #include "DemoScene.h"
@@ -25,17 +26,6 @@ using Clock = std::chrono::steady_clock;
 
 double Ms(Clock::time_point since) { return std::chrono::duration<double, std::milli>(Clock::now() - since).count(); }
 
-bool WriteText(const std::string& path, const std::string& text, std::string& error)
-{
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (out) out << text;
-    if (!out) {
-        error = "cannot write '" + path + "'";
-        return false;
-    }
-    return true;
-}
-
 bool MakeDirectory(const std::string& dir, std::string& error)
 {
     std::string partial;
@@ -43,7 +33,7 @@ bool MakeDirectory(const std::string& dir, std::string& error)
         if (i == dir.size() || (dir[i] == '/' && i > 0)) {
             partial = dir.substr(0, i);
             if (mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
-                error = "cannot create the folder '" + partial + "'";
+                error = "cannot create the folder '" + partial + "': " + std::strerror(errno);
                 return false;
             }
         }
@@ -175,14 +165,21 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     started = Clock::now();
     const std::string base = options.outDir + "/" + name;
     const BSX::BsxUnicodeString xml = theme->ToXML(DemoThemeBuilder::kXmlVersion, BSX::BsxUnicodeString::FromUtf8(options.outDir));
-    bool ok = DemoGlbWriter::Write(scene, base + ".glb", error) &&
-              WriteText(base + ".theme.xml", xml.ToUtf8() + "\n", error) &&
-              WriteText(base + ".legend.json", LegendJson(run, *theme, drawer, layer.features.size(), drawn), error) &&
-              WriteText(base + ".features.json", perFeature.Text() + "\n", error);
-    if (ok && theme->GetType() == KrTheme3D::Theme3DLabel) ok = WriteText(base + ".labels.json", labels.Text() + "\n", error);
+    // Every file of the theme is complete before any of them takes its final name
+    std::vector<std::string> paths = {base + ".glb", base + ".theme.xml", base + ".legend.json", base + ".features.json"};
+    if (theme->GetType() == KrTheme3D::Theme3DLabel) paths.push_back(base + ".labels.json");
+    DemoOutputSet files;
+    bool ok = DemoGlbWriter::Write(scene, files.Begin(paths[0]), error) &&
+              files.WriteText(paths[1], xml.ToUtf8() + "\n", error) &&
+              files.WriteText(paths[2], LegendJson(run, *theme, drawer, layer.features.size(), drawn), error) &&
+              files.WriteText(paths[3], perFeature.Text() + "\n", error);
+    if (ok && paths.size() > 4) ok = files.WriteText(paths[4], labels.Text() + "\n", error);
+    if (ok) ok = files.Commit(error);
     times.write = Ms(started);
     if (!ok) {
-        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        std::string missing;
+        for (size_t i = files.GetCommitted(); i < paths.size(); ++i) missing += (missing.empty() ? "" : ", ") + paths[i];
+        std::fprintf(stderr, "t3d_demo: %s; not written: %s\n", error.c_str(), missing.c_str());
         return 3;
     }
     std::printf("%-8s %-7s %6zu features, %5zu drawn, %4d classes, %5zu labels, %5zu charts, %7zu triangles;"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <limits>
 
 #include "DemoJson.h"
@@ -225,20 +224,14 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
     return out;
 }
 
-bool DemoGlbWriter::Write(const DemoScene& scene, const std::string& path, std::string& error)
+bool DemoGlbWriter::Write(const DemoScene& scene, DemoOutputFile& out, std::string& error)
 {
     const std::vector<std::uint8_t> bytes = Encode(scene);
     if (bytes.empty()) {
-        error = "the scene for '" + path + "' is larger than a .glb file can hold (4 GiB)";
+        error = "the scene for '" + out.GetPath() + "' is larger than a .glb file can hold (4 GiB)";
         return false;
     }
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    if (out) out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!out) {
-        error = "cannot write '" + path + "'";
-        return false;
-    }
-    return true;
+    return out.Open(error) && out.Write(bytes.data(), bytes.size(), error) && out.Close(error);
 }
 
 } // namespace KRN

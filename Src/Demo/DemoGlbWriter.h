@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "DemoOutput.h"
 #include "DemoScene.h"
 
 namespace KRN {
@@ -12,8 +13,8 @@ class DemoGlbWriter {
 public:
     // The whole file: header, JSON chunk, BIN chunk; empty when it would exceed 4 GiB
     static std::vector<std::uint8_t> Encode(const DemoScene& scene);
-    // False with a message when the file cannot be written
-    static bool Write(const DemoScene& scene, const std::string& path, std::string& error);
+    // Writes the file into out (opened here, closed by the caller's commit); false with a message
+    static bool Write(const DemoScene& scene, DemoOutputFile& out, std::string& error);
 };
 
 } // namespace KRN

@@ -1,4 +1,5 @@
 // The demo host program: real vector data in, themed 3D scenes out.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -8,6 +9,8 @@
 
 int main(int argc, char** argv)
 {
+    // A file-size limit then fails the write with its reason instead of killing the process
+    std::signal(SIGXFSZ, SIG_IGN);
     KRN::DemoOptions options;
     options.pluginPath = T3D_DEMO_PLUGIN;
     std::string error;

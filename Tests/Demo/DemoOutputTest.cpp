@@ -6,10 +6,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <dirent.h>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
@@ -40,10 +42,10 @@ struct Result {
     std::string output;
 };
 
-Result RunDemo(const std::string& args)
+Result RunDemo(const std::string& args, const std::string& shellPrefix = "")
 {
     Result r;
-    const std::string command = std::string("env ") + T3D_DEMO_ENV + " " + T3D_DEMO_EXE + " --no-progress " + args + " 2>&1";
+    const std::string command = shellPrefix + "exec env " + std::string(T3D_DEMO_ENV) + " " + T3D_DEMO_EXE + " --no-progress " + args + " 2>&1";
     FILE* pipe = popen(command.c_str(), "r");
     if (!pipe) return r;
     char buf[4096];
@@ -52,6 +54,19 @@ Result RunDemo(const std::string& args)
     const int status = pclose(pipe);
     r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128;
     return r;
+}
+
+// Names in a folder (temporary files included)
+std::vector<std::string> Listing(const std::string& dir)
+{
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (const dirent* e = readdir(d)) {
+            if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) names.push_back(e->d_name);
+        }
+        closedir(d);
+    }
+    return names;
 }
 
 // Legend entry caption of the feature whose id (country name) is given
@@ -254,4 +269,18 @@ TEST(DemoTour, SavedThemeAppliesAgainAndBadInputIsRefused)
         EXPECT_LT(r.status, 10) << c.first << ": " << r.output;
         EXPECT_NE(r.output.find(c.second), std::string::npos) << c.first << ": " << r.output;
     }
+}
+
+TEST(DemoOutput, FailedWriteLeavesNoFileAndNamesTheMissingOnes)
+{
+    // A file-size limit fails a write with the system's reason as a full disk would, for root too
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/limited";
+    std::system(("rm -rf " + out).c_str());
+    const std::string data = std::string(" --data ") + T3D_DEMO_DATA;
+    const Result r = RunDemo(data + " --unique continent --out " + out, "ulimit -f 100; ");
+    EXPECT_EQ(r.status, 3) << r.output;
+    EXPECT_NE(r.output.find("File too large"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("not written: " + out + "/unique.glb, " + out + "/unique.theme.xml"), std::string::npos)
+        << r.output;
+    EXPECT_TRUE(Listing(out).empty());
 }
