@@ -25,8 +25,12 @@ enum KrClass3DType : int {
 
 class TR_THEME3D_API KrTheme3DRange : public KrTheme3DStyle {
 public:
-    // Largest number of classes a classification makes
+    // Largest number of fixed-width classes; a wider data range gets the single break min
     static constexpr int kMaxClasses = 32767;
+    // Largest class count the count-based classifications make. Far above any map's use, it
+    // only keeps a count typed by mistake from allocating items past memory (each class holds
+    // one); a count above it is held to it and logged ("T3DRange001", level 300).
+    static constexpr int kMaxClassCount = 1 << 20;
 
     KrTheme3DRange();
     KrTheme3DRange(const KrTheme3DRange& other);

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "KrLogFile.h"
 #include "KrTheme3DRange.h"
 
 namespace KRN {
@@ -17,9 +18,18 @@ constexpr double kMaxClassesReal = 32767.0;
 
 bool IsZero(double q) { return -kTolerance < q && q < kTolerance; }
 
-// Counts beyond the class limit would only make ranges nobody can tell apart, at the price of
-// one item each; they are held to the limit so that any count gives bounded work.
-int ClampClasses(int count) { return std::min(count, KrTheme3DRange::kMaxClasses); }
+// The count-based classifications take any count up to a memory guard far above any map's
+// use; a count past it is held to it and the log says so, since the caller gets fewer classes
+// than asked for.
+int ClampClasses(int count)
+{
+    if (count <= KrTheme3DRange::kMaxClassCount) return count;
+    KrLogFile::GetInstance(false)->RecordLog(
+        LOG_WARNING, L"T3DRange001",
+        BSX::BsxUnicodeString(L"The class count was held to the largest count a classification makes."),
+        L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DRangeClassify", __LINE__);
+    return KrTheme3DRange::kMaxClassCount;
+}
 
 // Square-root scale extended to negative data by symmetry (the root of the magnitude with the
 // sign kept), so that data below zero still gets ordered, evenly spaced breaks; for data at or
@@ -215,7 +225,7 @@ void KrTheme3DRange::ClassifyWithStdev(const BsxArray<double>& values)
     // No value lies more than sqrt(m) deviations from the mean, so the walks end long before
     // the class limit; the limit only guards against rounding in extreme data.
     double b = lower;
-    for (int i = 0; b > min && i <= kMaxClasses; ++i) {
+    for (int i = 0; b > min && i <= kMaxClassCount; ++i) {
         b = lower - i * sigma;
         if (b < min || IsZero(b - min)) b = min;
         InsertAt(0, b, item);
@@ -223,7 +233,7 @@ void KrTheme3DRange::ClassifyWithStdev(const BsxArray<double>& values)
     if (GetValueCount() >= 1) RemoveAt(0, 1);
 
     b = lower;
-    for (int j = 0; max > b && j <= kMaxClasses; ++j) {
+    for (int j = 0; max > b && j <= kMaxClassCount; ++j) {
         b = upper + j * sigma;
         if (b > max || IsZero(b - max)) b = max;
         InsertAt(GetValueCount(), b, item);
