@@ -56,7 +56,7 @@ void Colour(DemoJson& j, const KrColorValue3D& c)
 }
 
 std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDrawer& drawer, size_t features,
-                       size_t drawn)
+                       size_t drawn, const DemoBuildReport& report)
 {
     DemoJson j;
     j.BeginObject().Key("name").String(run.name).Key("kind").String(DemoThemeBuilder::KindName(theme.GetType()));
@@ -65,6 +65,9 @@ std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDra
     for (const auto& q : drawer.GetQueryFields()) j.String(q);
     j.EndArray().Key("features").Integer(static_cast<long long>(features));
     j.Key("drawn").Integer(static_cast<long long>(drawn)).Key("classes").Integer(drawer.GetClassCount());
+    if (run.request.kind == KrTheme3D::Theme3DUnique) {
+        j.Key("classLimit").Integer(run.request.maxClasses).Key("distinctValues").Integer(report.distinctValues);
+    }
     j.Key("entries").BeginArray();
     for (const DemoLegendEntry& e : drawer.GetLegend()) {
         j.BeginObject().Key("caption").String(e.caption).Key("role").String(e.role);
@@ -93,9 +96,16 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     auto started = Clock::now();
     std::unique_ptr<KrTheme3D> theme;
     const DemoThemeCreator create = [&factory](int kind) { return factory.NewTheme3D(kind); };
-    if (!DemoThemeBuilder::Build(run.request, layer, create, theme, error)) {
+    DemoBuildReport report;
+    if (!DemoThemeBuilder::Build(run.request, layer, create, theme, error, &report)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
+    }
+    if (report.distinctValues > report.classes) {
+        std::fprintf(stderr,
+                     "t3d_demo: warning: '%s' has %d distinct values; the %d most frequent have classes, the others are"
+                     " drawn as \"Other values\" (--max-classes raises the limit)\n",
+                     run.request.field.c_str(), report.distinctValues, report.classes);
     }
     const std::string name = run.name.empty() ? DemoThemeBuilder::KindName(theme->GetType()) : run.name;
     times.build = Ms(started);
@@ -171,7 +181,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     DemoOutputSet files;
     bool ok = DemoGlbWriter::Write(scene, files.Begin(paths[0]), error) &&
               files.WriteText(paths[1], xml.ToUtf8() + "\n", error) &&
-              files.WriteText(paths[2], LegendJson(run, *theme, drawer, layer.features.size(), drawn), error) &&
+              files.WriteText(paths[2], LegendJson(run, *theme, drawer, layer.features.size(), drawn, report), error) &&
               files.WriteText(paths[3], perFeature.Text() + "\n", error);
     if (ok && paths.size() > 4) ok = files.WriteText(paths[4], labels.Text() + "\n", error);
     if (ok) ok = files.Commit(error);
@@ -213,13 +223,15 @@ int DemoApp::Run(const DemoOptions& options)
 
     auto started = Clock::now();
     DemoLayer layer;
-    if (!DemoLayerReader::Read(options.dataPath, options.layerName, layer, error)) {
+    if (!DemoLayerReader::Read(options.dataPath, options.layerName, options.read, layer, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
     }
     const double readMs = Ms(started);
     std::printf("layer %s: %zu features, %zu fields, read in %.1f ms\n", layer.name.c_str(), layer.features.size(),
                 layer.fields.size(), readMs);
+    if (layer.skipped > 0)
+        std::printf("skipped %zu features that could not be read (--lenient)\n", layer.skipped);
     if (options.idFieldGiven && layer.FindField(options.idField) < 0) {
         std::fprintf(stderr, "t3d_demo: the layer '%s' has no field '%s'\n", layer.name.c_str(), options.idField.c_str());
         return 2;

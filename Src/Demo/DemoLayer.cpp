@@ -22,6 +22,13 @@ int DemoLayer::FindField(const std::string& fieldName) const
     return -1;
 }
 
+std::string DemoLayer::FieldList() const
+{
+    std::string list;
+    for (const DemoField& f : fields) list += (list.empty() ? "" : ", ") + f.name;
+    return list.empty() ? "none" : list;
+}
+
 void DemoLayer::UpdateBounds()
 {
     double minX = std::numeric_limits<double>::infinity(), minY = minX;

@@ -43,11 +43,15 @@ public:
     std::string name;
     std::vector<DemoField> fields;
     std::vector<DemoFeature> features;
+    // Records left out because GDAL could not read them (lenient reading only)
+    size_t skipped = 0;
     // Extent in degrees: left/right are longitudes, top/bottom latitudes
     BSX::BsxRect2D bounds;
 
     // Index of a field by name (exact, then ignoring case), -1 when absent
     int FindField(const std::string& fieldName) const;
+    // The field names, comma separated, for messages that list the valid choices
+    std::string FieldList() const;
     // Recomputes bounds from the anchors and every coordinate
     void UpdateBounds();
 };

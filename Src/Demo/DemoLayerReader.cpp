@@ -1,6 +1,10 @@
 #include "DemoLayerReader.h"
 
+#include <cerrno>
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
@@ -140,22 +144,83 @@ bool Anchor(OGRGeometryH g, BSX::BsxPoint3D& anchor)
     return ok;
 }
 
+// GDAL's errors while a layer is read: how many, and the first one's text
+struct ReadErrors {
+    size_t count = 0;
+    std::string first;
+
+    static void CPL_STDCALL Handler(CPLErr level, CPLErrorNum, const char* message)
+    {
+        auto* self = static_cast<ReadErrors*>(CPLGetErrorHandlerUserData());
+        if (level == CE_Failure || level == CE_Fatal) {
+            if (self->count++ == 0) self->first = message ? message : "";
+        }
+    }
+};
+
+// The reason GDAL gave for the last failure, or the system's when GDAL gave none
+std::string OpenReason(const std::string& path)
+{
+    std::string reason = CPLGetLastErrorMsg();
+    struct stat st {};
+    if (reason.empty() && stat(path.c_str(), &st) != 0) reason = std::strerror(errno);
+    if (reason.empty()) reason = "not in a vector format that GDAL recognises";
+    return reason;
+}
+
+GDALDatasetH Open(const std::string& path, std::string& error)
+{
+    CPLPushErrorHandler(CPLQuietErrorHandler);
+    CPLErrorReset();
+    GDALDatasetH ds = GDALOpenEx(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, nullptr, nullptr);
+    if (ds && std::strcmp(GDALGetDriverShortName(GDALGetDatasetDriver(ds)), "CSV") == 0) {
+        // Plain tables otherwise come as text only: let GDAL tell numbers from text, and empty
+        // cells from zeros
+        const char* const options[] = {"AUTODETECT_TYPE=YES", "EMPTY_STRING_AS_NULL=YES", nullptr};
+        GDALClose(ds);
+        ds = GDALOpenEx(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, options, nullptr);
+    }
+    if (!ds) error = "cannot open the vector data set '" + path + "': " + OpenReason(path);
+    CPLPopErrorHandler();
+    return ds;
+}
+
+// A point feature from two coordinate fields; false when either is missing or not a number
+bool PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& df)
+{
+    if (!OGR_F_IsFieldSetAndNotNull(feature, xIndex) || !OGR_F_IsFieldSetAndNotNull(feature, yIndex)) return false;
+    // Copies: GDAL reuses one buffer for the text of numeric fields
+    const std::string xText = OGR_F_GetFieldAsString(feature, xIndex);
+    const std::string yText = OGR_F_GetFieldAsString(feature, yIndex);
+    char* xEnd = nullptr;
+    char* yEnd = nullptr;
+    const double x = std::strtod(xText.c_str(), &xEnd), y = std::strtod(yText.c_str(), &yEnd);
+    if (xText.empty() || *xEnd != 0 || yText.empty() || *yEnd != 0 || !std::isfinite(x) || !std::isfinite(y))
+        return false;
+    DemoPart part;
+    part.rings.push_back({BSX::BsxPoint3D(x, y, 0.0)});
+    df.parts.push_back(std::move(part));
+    df.geometryType = KrGeometry::GEO_POINT;
+    df.anchor = BSX::BsxPoint3D(x, y, 0.0);
+    df.hasAnchor = true;
+    return true;
+}
+
 } // namespace
 
-bool DemoLayerReader::Read(const std::string& path, const std::string& layerName, DemoLayer& layer, std::string& error)
+bool DemoLayerReader::Read(const std::string& path, const std::string& layerName, const DemoReadOptions& options,
+                           DemoLayer& layer, std::string& error)
 {
     GDALAllRegister();
-    CPLPushErrorHandler(CPLQuietErrorHandler);
-    GDALDatasetH ds = GDALOpenEx(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, nullptr, nullptr);
-    CPLPopErrorHandler();
-    if (!ds) {
-        error = "cannot open the vector data set '" + path + "'";
-        return false;
-    }
+    GDALDatasetH ds = Open(path, error);
+    if (!ds) return false;
     OGRLayerH src = layerName.empty() ? GDALDatasetGetLayer(ds, 0) : GDALDatasetGetLayerByName(ds, layerName.c_str());
     if (!src) {
+        std::string layers;
+        for (int i = 0; i < GDALDatasetGetLayerCount(ds); ++i)
+            layers += (layers.empty() ? "" : ", ") + std::string(OGR_L_GetName(GDALDatasetGetLayer(ds, i)));
         error = layerName.empty() ? "the data set '" + path + "' holds no vector layer"
-                                  : "the data set '" + path + "' has no layer '" + layerName + "'";
+                                  : "the data set '" + path + "' has no layer '" + layerName + "' (layers: " + layers + ")";
         GDALClose(ds);
         return false;
     }
@@ -176,6 +241,7 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
     layer.name = OGR_L_GetName(src);
     layer.fields.clear();
     layer.features.clear();
+    layer.skipped = 0;
     OGRFeatureDefnH defn = OGR_L_GetLayerDefn(src);
     const int fieldCount = OGR_FD_GetFieldCount(defn);
     for (int i = 0; i < fieldCount; ++i) {
@@ -185,20 +251,86 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
     std::vector<BSX::BsxUnicodeString> wideNames;
     for (const DemoField& f : layer.fields) wideNames.push_back(BSX::BsxUnicodeString::FromUtf8(f.name));
 
+    const bool fromFields = !options.xField.empty();
+    const int xIndex = fromFields ? layer.FindField(options.xField) : -1;
+    const int yIndex = fromFields ? layer.FindField(options.yField) : -1;
+    auto fail = [&](const std::string& message) {
+        error = message;
+        if (toWgs84) OCTDestroyCoordinateTransformation(toWgs84);
+        OSRDestroySpatialReference(wgs84);
+        GDALClose(ds);
+        return false;
+    };
+    if (fromFields && (xIndex < 0 || yIndex < 0)) {
+        return fail("the layer '" + layer.name + "' has no field '" + (xIndex < 0 ? options.xField : options.yField) +
+                    "' (fields: " + layer.FieldList() + ")");
+    }
+    if (!fromFields && OGR_FD_GetGeomFieldCount(defn) == 0) {
+        return fail("the layer '" + layer.name + "' of '" + path +
+                    "' has no geometry; name its longitude and latitude fields with --x-field and --y-field (fields: " +
+                    layer.FieldList() + ")");
+    }
+
+    ReadErrors errors;
+    size_t badPositions = 0, drawable = 0;
+    std::string firstBadPosition;
+    CPLPushErrorHandlerEx(ReadErrors::Handler, &errors);
     OGR_L_ResetReading(src);
-    while (OGRFeatureH of = OGR_L_GetNextFeature(src)) {
+    for (;;) {
+        const size_t errorsBefore = errors.count;
+        OGRFeatureH of = OGR_L_GetNextFeature(src);
+        if (!of) break;
         DemoFeature df;
         df.feature = std::make_unique<KrFeature>();
         for (int i = 0; i < fieldCount; ++i) {
             df.feature->SetField(wideNames[static_cast<size_t>(i)], ReadValue(of, i, layer.fields[static_cast<size_t>(i)].kind));
         }
-        OGRGeometryH g = OGR_F_GetGeometryRef(of);
-        if (g && toWgs84) OGR_G_Transform(g, toWgs84);
-        df.geometryType = CollectParts(g, df.parts);
-        df.hasAnchor = Anchor(g, df.anchor);
+        bool good = errors.count == errorsBefore;
+        if (fromFields) {
+            if (!PointFromFields(of, xIndex, yIndex, df)) {
+                if (badPositions++ == 0) firstBadPosition = std::to_string(OGR_F_GetFID(of));
+                good = false;
+            }
+        } else {
+            OGRGeometryH g = OGR_F_GetGeometryRef(of);
+            if (g && toWgs84) OGR_G_Transform(g, toWgs84);
+            df.geometryType = CollectParts(g, df.parts);
+            df.hasAnchor = Anchor(g, df.anchor);
+        }
+        OGR_F_Destroy(of);
+        good = good && errors.count == errorsBefore;
+        if (!good && options.lenient) {
+            ++layer.skipped;
+            continue;
+        }
+        if (df.geometryType != KrGeometry::GEO_UNKNOWN) ++drawable;
         df.feature->SetGeometry(new KrGeometry(df.geometryType));
         layer.features.push_back(std::move(df));
-        OGR_F_Destroy(of);
+    }
+    CPLPopErrorHandler();
+    // A reader that gives up early leaves records unread: count them when the layer knows its size
+    const GIntBig expected = OGR_L_GetFeatureCount(src, FALSE);
+    const size_t seen = layer.features.size() + layer.skipped;
+    if (errors.count > 0 && expected > 0 && static_cast<size_t>(expected) > seen)
+        layer.skipped += static_cast<size_t>(expected) - seen;
+
+    const std::string where = "the layer '" + layer.name + "' of '" + path + "'";
+    if (errors.count > 0 && !options.lenient) {
+        return fail("GDAL reported " + std::to_string(errors.count) + " error(s) reading " + where + ", the first: " +
+                    errors.first + " (--lenient skips the features it cannot read)");
+    }
+    if (badPositions > 0 && !options.lenient) {
+        return fail(std::to_string(badPositions) + " feature(s) of " + where + " have no number in '" + options.xField +
+                    "' or '" + options.yField + "', the first with id " + firstBadPosition +
+                    " (--lenient skips them)");
+    }
+    if (layer.features.empty()) {
+        return fail(where + " holds no features" +
+                    (layer.skipped > 0 ? " that could be read (" + std::to_string(layer.skipped) + " skipped)" : ""));
+    }
+    if (drawable == 0) {
+        return fail("none of the " + std::to_string(layer.features.size()) + " features of " + where +
+                    " has a geometry that can be drawn");
     }
     if (toWgs84) OCTDestroyCoordinateTransformation(toWgs84);
     OSRDestroySpatialReference(wgs84);

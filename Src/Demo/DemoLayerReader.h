@@ -6,11 +6,25 @@
 
 namespace KRN {
 
+struct DemoReadOptions {
+    // Skip features that GDAL reports errors for (counted in DemoLayer::skipped) instead of failing
+    bool lenient = false;
+    // Numeric fields holding longitude and latitude, for layers without a geometry
+    std::string xField, yField;
+};
+
 class DemoLayerReader {
 public:
     // Reads the layer of that name (the first layer when empty) of the data set at path.
-    // False with a message in error when the file cannot be opened or has no such layer.
-    static bool Read(const std::string& path, const std::string& layerName, DemoLayer& layer, std::string& error);
+    // False with a message in error, carrying GDAL's reason, when the file cannot be opened,
+    // has no such layer, holds no features, has no geometry to draw, or GDAL reports an error
+    // while reading (unless lenient).
+    static bool Read(const std::string& path, const std::string& layerName, const DemoReadOptions& options,
+                     DemoLayer& layer, std::string& error);
+    static bool Read(const std::string& path, const std::string& layerName, DemoLayer& layer, std::string& error)
+    {
+        return Read(path, layerName, DemoReadOptions(), layer, error);
+    }
 };
 
 } // namespace KRN

@@ -15,7 +15,8 @@ int main(int argc, char** argv)
     options.pluginPath = T3D_DEMO_PLUGIN;
     std::string error;
     if (!options.Parse(argc, argv, error)) {
-        std::fprintf(stderr, "t3d_demo: %s\n%s", error.c_str(), KRN::DemoOptions::Usage().c_str());
+        // One line with the reason; the whole usage would bury it
+        std::fprintf(stderr, "t3d_demo: %s (t3d_demo --help lists the options)\n", error.c_str());
         return 1;
     }
     if (options.help) {

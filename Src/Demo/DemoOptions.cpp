@@ -83,6 +83,8 @@ std::string DemoOptions::Usage()
            "  --out DIR            output folder (default: t3d-demo-out)\n"
            "  --name NAME          base name of the output files (default: the theme kind)\n"
            "  --id FIELD           field naming the features in NAME.features.json\n"
+           "  --x-field F --y-field F   longitude and latitude fields of a layer without geometry\n"
+           "  --lenient            skip features GDAL cannot read (reported) instead of failing\n"
            "  --height-scale X     multiplies every height the theme gives (default 1)\n"
            "  --no-progress        no progress bar\n"
            "theme (one; without any, all five kinds run on the built-in data):\n"
@@ -139,6 +141,12 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
         } else if (arg == "--id") {
             if (!value(idField)) return false;
             idFieldGiven = true;
+        } else if (arg == "--lenient") {
+            read.lenient = true;
+        } else if (arg == "--x-field") {
+            if (!value(read.xField)) return false;
+        } else if (arg == "--y-field") {
+            if (!value(read.yField)) return false;
         } else if (arg == "--height-scale") {
             if (!value(v)) return false;
             if (!ParseDouble(v, heightScale) || heightScale < 0.0) {
@@ -189,6 +197,11 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
                 error = "--interval needs a number";
                 return false;
             }
+        } else if (arg == "--max-classes") {
+            if (!value(v) || !ParseInt(v, run.request.maxClasses) || run.request.maxClasses < 1) {
+                error = "--max-classes needs a whole number of at least 1";
+                return false;
+            }
         } else if (arg == "--format") {
             if (!value(run.request.format)) return false;
         } else if (arg == "--fields") {
@@ -198,6 +211,10 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             error = "unknown option '" + arg + "'";
             return false;
         }
+    }
+    if (read.xField.empty() != read.yField.empty()) {
+        error = "--x-field and --y-field go together";
+        return false;
     }
     runs.clear();
     if (!themeGiven) {

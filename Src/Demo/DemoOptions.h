@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "DemoLayerReader.h"
 #include "DemoThemeBuilder.h"
 
 namespace KRN {
@@ -23,6 +24,8 @@ struct DemoOptions {
     // Field whose value names each feature in the per-feature output (empty: none)
     std::string idField;
     bool idFieldGiven = false;
+    // How the layer is read: leniently, and from coordinate fields
+    DemoReadOptions read;
     bool progress = true;
     bool help = false;
     std::vector<DemoRun> runs;

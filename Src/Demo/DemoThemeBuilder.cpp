@@ -1,8 +1,11 @@
 #include "DemoThemeBuilder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -10,6 +13,7 @@
 
 #include "BsxArray.h"
 #include "BsxVariant.h"
+#include "DemoClassColours.h"
 #include "DemoColorRamp.h"
 #include "KrConvert.h"
 #include "KrMarkup.h"
@@ -23,10 +27,6 @@
 namespace KRN {
 
 namespace {
-
-// Beyond this many distinct values a unique theme would be a legend nobody reads; the rest
-// fall to the default style, which the legend counts as "other values"
-constexpr int kMaxUniqueItems = 1024;
 
 BSX::BsxUnicodeString Wide(const std::string& s) { return BSX::BsxUnicodeString::FromUtf8(s); }
 
@@ -47,46 +47,80 @@ bool RequireField(const DemoLayer& layer, const std::string& field, bool numeric
     }
     const int index = layer.FindField(field);
     if (index < 0) {
-        error = "the layer '" + layer.name + "' has no field '" + field + "'";
+        error = "the layer '" + layer.name + "' has no field '" + field + "' (fields: " + layer.FieldList() + ")";
         return false;
     }
     if (numeric && !layer.fields[static_cast<size_t>(index)].IsNumeric()) {
-        error = "the field '" + field + "' is not numeric";
+        std::string numeric;
+        for (const DemoField& f : layer.fields) {
+            if (f.IsNumeric()) numeric += (numeric.empty() ? "" : ", ") + f.name;
+        }
+        error = "the field '" + field + "' is not numeric (numeric fields: " + (numeric.empty() ? "none" : numeric) + ")";
         return false;
     }
     return true;
 }
 
-std::string Number(double v)
-{
-    BSX::BsxUnicodeString s;
-    s.Format(L"%.15g", v);
-    return s.ToUtf8();
-}
-
-bool BuildUnique(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DUnique& theme, std::string& error)
+bool BuildUnique(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DUnique& theme, std::string& error,
+                 DemoBuildReport& report)
 {
     if (!RequireField(layer, r.field, false, error)) return false;
+    if (r.maxClasses < 1) {
+        error = "the class limit must be at least 1";
+        return false;
+    }
     const BSX::BsxUnicodeString expression = Wide(r.field);
+    const bool numeric = layer.fields[static_cast<size_t>(layer.FindField(r.field))].IsNumeric();
     theme.SetExpression(expression);
     // Keys are made with the conversion the theme itself applies to values
-    std::map<BSX::BsxUnicodeString, int> distinct;
-    for (const DemoFeature& f : layer.features) {
+    struct Value {
+        size_t count = 0;
+        double number = 0.0;
+        int klass = -1;
+    };
+    std::map<BSX::BsxUnicodeString, Value> distinct;
+    std::vector<const BSX::BsxUnicodeString*> featureKey(layer.features.size(), nullptr);
+    for (size_t i = 0; i < layer.features.size(); ++i) {
         BSX::BsxVariant v;
-        if (!f.feature->GetValue(expression, v)) continue;
+        if (!layer.features[i].feature->GetValue(expression, v)) continue;
         BSX::BsxUnicodeString key = KrTheme3D::Variant2String(v);
-        if (!key.IsEmpty()) ++distinct[key];
+        if (key.IsEmpty()) continue;
+        auto it = distinct.emplace(key, Value()).first;
+        if (it->second.count++ == 0 && numeric) KrTheme3D::Variant2Double(v, it->second.number);
+        featureKey[i] = &it->first;
     }
-    int i = 0;
-    for (const auto& entry : distinct) {
-        if (i >= kMaxUniqueItems) break;
+    std::vector<std::map<BSX::BsxUnicodeString, Value>::iterator> order;
+    for (auto it = distinct.begin(); it != distinct.end(); ++it) order.push_back(it);
+    const size_t limit = static_cast<size_t>(r.maxClasses);
+    if (order.size() > limit) {
+        // Over the limit the most frequent values keep a class of their own
+        std::stable_sort(order.begin(), order.end(), [](const auto& a, const auto& b) { return a->second.count > b->second.count; });
+        order.resize(limit);
+        std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) { return a->first < b->first; });
+    }
+    // Numbers read in numeric order (9, 10, 11), not as text (10, 11, 9)
+    if (numeric) {
+        std::stable_sort(order.begin(), order.end(),
+                         [](const auto& a, const auto& b) { return a->second.number < b->second.number; });
+    }
+    for (size_t k = 0; k < order.size(); ++k) order[k]->second.klass = static_cast<int>(k);
+    std::vector<int> featureClass(layer.features.size(), -1);
+    for (size_t i = 0; i < layer.features.size(); ++i) {
+        if (featureKey[i]) featureClass[i] = distinct.find(*featureKey[i])->second.klass;
+    }
+    const std::vector<int> colours = DemoClassColours::Assign(
+        static_cast<int>(order.size()),
+        order.size() > static_cast<size_t>(DemoColorRamp::kQualitativeSize) ? DemoClassColours::Adjacency(layer, featureClass)
+                                                                          : std::vector<std::pair<int, int>>());
+    for (size_t k = 0; k < order.size(); ++k) {
         KrTheme3DItem item;
-        item.Caption = entry.first;
-        item.Style = ClassStyle(DemoColorRamp::Qualitative(i));
-        theme.Add(entry.first, item);
-        ++i;
+        item.Caption = order[k]->first;
+        item.Style = ClassStyle(DemoColorRamp::Qualitative(colours[k]));
+        theme.Add(order[k]->first, item);
     }
     theme.SetDefaultStyle(ClassStyle(KrColorValue3D(0.6, 0.6, 0.6, 1.0)));
+    report.distinctValues = static_cast<int>(distinct.size());
+    report.classes = static_cast<int>(order.size());
     return true;
 }
 
@@ -117,11 +151,14 @@ bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRang
     }
     const int n = theme.GetCount();
     const int breaks = theme.GetValueCount();
+    std::vector<double> breakValues;
+    for (int i = 0; i < breaks; ++i) breakValues.push_back(theme.GetValueAt(i));
+    const std::vector<std::string> texts = DemoThemeBuilder::BreakTexts(breakValues);
     for (int i = 0; i < n; ++i) {
         std::string caption;
-        if (i == 0) caption = "< " + Number(theme.GetValueAt(0));
-        else if (i >= breaks) caption = ">= " + Number(theme.GetValueAt(breaks - 1));
-        else caption = Number(theme.GetValueAt(i - 1)) + " - " + Number(theme.GetValueAt(i));
+        if (i == 0) caption = "< " + texts[0];
+        else if (i >= breaks) caption = ">= " + texts[static_cast<size_t>(breaks - 1)];
+        else caption = texts[static_cast<size_t>(i - 1)] + " - " + texts[static_cast<size_t>(i)];
         theme.SetCaptionAt(i, Wide(caption));
         theme.SetStyleAt(i, ClassStyle(DemoColorRamp::ViridisClass(i, n)));
     }
@@ -179,7 +216,9 @@ bool BuildCustom(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DCus
     for (const auto& property : r.customProperties) {
         auto it = std::find(names.begin(), names.end(), property.first);
         if (it == names.end()) {
-            error = "'" + property.first + "' is not a custom theme property";
+            std::string list;
+            for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+            error = "'" + property.first + "' is not a custom theme property (properties: " + list + ")";
             return false;
         }
         // A number stands for itself; anything else must be a field of the layer
@@ -206,12 +245,55 @@ std::string DirectoryOf(const std::string& path)
     return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
 }
 
+// Elements that only one kind of theme writes at the top of its document, by kind code
+const std::vector<std::pair<int, const wchar_t*>>& KindElements()
+{
+    static const std::vector<std::pair<int, const wchar_t*>> elements = {
+        {1, L"tdx:UniqueItems"}, {1, L"tdx:DefaultStyle"}, {2, L"tdx:RangeItems"}, {2, L"tdx:Range3DMethod"},
+        {3, L"tdx:LabelType"},   {3, L"tdx:NumFormat"},    {4, L"tdx:GraphItems"}, {4, L"tdx:GraphType"},
+        {5, L"tdx:ExtendHeight"}, {5, L"tdx:FillForeColor"}};
+    return elements;
+}
+
+// A document whose content belongs to another kind than its type code says would be read as an
+// empty theme of the wrong kind and draw everything as "Other values"
+bool CheckDocumentKind(const BSX::BsxUnicodeString& xml, int kind, const std::string& file, std::string& error)
+{
+    for (const auto& element : KindElements()) {
+        if (element.first == kind) continue;
+        KrMarkup markup(xml.Cstr());
+        if (markup.FindElem(L"tdx:Theme3D") && markup.FindChildElem(element.second)) {
+            error = "the theme document '" + file + "' says type " + std::to_string(kind) + " (" +
+                    DemoThemeBuilder::KindName(kind) + ") but holds " + DemoThemeBuilder::KindName(element.first) +
+                    " content (" + BSX::BsxUnicodeString(element.second).ToUtf8() + ")";
+            return false;
+        }
+    }
+    return true;
+}
+
+// Breaks must run one way: an inverted pair makes a class that can hold nothing
+bool CheckBreaks(const KrTheme3DRange& range, const std::string& file, std::string& error)
+{
+    const bool descending = range.IsDescending();
+    for (int i = 0; i + 1 < range.GetValueCount(); ++i) {
+        const double a = range.GetValueAt(i), b = range.GetValueAt(i + 1);
+        if (descending ? a > b : a < b) continue;
+        char text[160];
+        std::snprintf(text, sizeof text, "%.15g then %.15g", a, b);
+        error = "the range document '" + file + "' has breaks out of " + (descending ? "descending" : "ascending") +
+                " order at break " + std::to_string(i + 1) + ": " + text;
+        return false;
+    }
+    return true;
+}
+
 bool BuildFromDocument(const DemoThemeRequest& r, const DemoThemeCreator& create, std::unique_ptr<KrTheme3D>& theme,
                        std::string& error)
 {
     std::string bytes;
     if (!ReadFile(r.themeFile, bytes)) {
-        error = "cannot read the theme document '" + r.themeFile + "'";
+        error = "cannot read the theme document '" + r.themeFile + "': " + std::strerror(errno);
         return false;
     }
     const BSX::BsxUnicodeString xml = BSX::BsxUnicodeString::FromUtf8(bytes);
@@ -221,6 +303,7 @@ bool BuildFromDocument(const DemoThemeRequest& r, const DemoThemeCreator& create
         return false;
     }
     const int kind = kratoi(markup.GetChildData());
+    if (!CheckDocumentKind(xml, kind, r.themeFile, error)) return false;
     std::unique_ptr<KrTheme3D> made(create(kind));
     if (!made) {
         error = "the theme document '" + r.themeFile + "' names an unknown theme kind " + std::to_string(kind);
@@ -231,6 +314,9 @@ bool BuildFromDocument(const DemoThemeRequest& r, const DemoThemeCreator& create
                 " theme";
         return false;
     }
+    if (made->GetType() == KrTheme3D::Theme3DRange &&
+        !CheckBreaks(static_cast<const KrTheme3DRange&>(*made), r.themeFile, error))
+        return false;
     theme = std::move(made);
     return true;
 }
@@ -244,6 +330,42 @@ const std::vector<std::string>& DemoThemeBuilder::CustomPropertyNames()
         "ColorPoint", "LineStyle", "LineWidth", "LineColor", "FillStyle", "Fill3DMode", "FillForeColor",
         "ScaleX", "ScaleY", "ScaleZ", "RotateX", "RotateY", "RotateZ"};
     return names;
+}
+
+std::vector<std::string> DemoThemeBuilder::BreakTexts(const std::vector<double>& breaks)
+{
+    auto format = [](double v, int digits) {
+        char text[512];
+        const double magnitude = std::fabs(v);
+        if (v == 0.0 || !std::isfinite(v) || magnitude >= 1e15 || magnitude < 1e-5) {
+            std::snprintf(text, sizeof text, "%.*g", digits, v);
+        } else {
+            // Round to the significant digits, then write that many without an exponent
+            const int exponent = static_cast<int>(std::floor(std::log10(magnitude)));
+            const int decimals = std::max(0, digits - 1 - exponent);
+            std::snprintf(text, sizeof text, "%.*f", decimals, v);
+            // "%.*f" cannot drop digits left of the point: 6855713 at two digits is 6900000
+            if (decimals == 0 && exponent + 1 > digits) {
+                const double unit = std::pow(10.0, exponent + 1 - digits);
+                std::snprintf(text, sizeof text, "%.0f", std::round(v / unit) * unit);
+            }
+        }
+        std::string out = text;
+        // Zeros past the point add digits without adding meaning ("0.50" is "0.5")
+        if (out.find('.') != std::string::npos && out.find('e') == std::string::npos) {
+            out.erase(out.find_last_not_of('0') + 1);
+            if (out.back() == '.') out.pop_back();
+        }
+        return out;
+    };
+    std::vector<std::string> texts(breaks.size());
+    for (int digits = 2; digits <= 17; ++digits) {
+        for (size_t i = 0; i < breaks.size(); ++i) texts[i] = format(breaks[i], digits);
+        bool apart = true;
+        for (size_t i = 0; i + 1 < breaks.size() && apart; ++i) apart = breaks[i] == breaks[i + 1] || texts[i] != texts[i + 1];
+        if (apart) break;
+    }
+    return texts;
 }
 
 const char* DemoThemeBuilder::KindName(int kind)
@@ -273,9 +395,12 @@ std::vector<double> DemoThemeBuilder::NumericValues(const DemoLayer& layer, cons
 }
 
 bool DemoThemeBuilder::Build(const DemoThemeRequest& request, const DemoLayer& layer, const DemoThemeCreator& create,
-                             std::unique_ptr<KrTheme3D>& theme, std::string& error)
+                             std::unique_ptr<KrTheme3D>& theme, std::string& error, DemoBuildReport* report)
 {
     theme.reset();
+    DemoBuildReport ignored;
+    if (!report) report = &ignored;
+    *report = DemoBuildReport();
     if (request.kind == 0) return BuildFromDocument(request, create, theme, error);
     std::unique_ptr<KrTheme3D> made(create(request.kind));
     if (!made || made->GetType() != request.kind) {
@@ -285,7 +410,7 @@ bool DemoThemeBuilder::Build(const DemoThemeRequest& request, const DemoLayer& l
     bool ok = false;
     // The factory dispatches by type code, so the code names the class
     switch (request.kind) {
-    case 1: ok = BuildUnique(request, layer, static_cast<KrTheme3DUnique&>(*made), error); break;
+    case 1: ok = BuildUnique(request, layer, static_cast<KrTheme3DUnique&>(*made), error, *report); break;
     case 2: ok = BuildRange(request, layer, static_cast<KrTheme3DRange&>(*made), error); break;
     case 3: ok = BuildLabel(request, layer, static_cast<KrTheme3DLabel&>(*made), error); break;
     case 4: ok = BuildGraph(request, layer, static_cast<KrTheme3DGraph&>(*made), error); break;

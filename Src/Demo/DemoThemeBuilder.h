@@ -30,6 +30,15 @@ struct DemoThemeRequest {
     std::vector<std::string> chartFields;
     // Custom theme: property name and field (or number) pairs
     std::vector<std::pair<std::string, std::string>> customProperties;
+    // Most classes a unique theme gets; the rest of the values fall to "Other values"
+    int maxClasses = 1024;
+};
+
+// What a build decided that the user should hear about
+struct DemoBuildReport {
+    // Unique themes: distinct values of the field and the classes made of them
+    int distinctValues = 0;
+    int classes = 0;
 };
 
 // Creates an empty theme of a kind code (the factory's NewTheme3D), null for unknown codes
@@ -40,7 +49,7 @@ public:
     // Builds the theme. False with a message naming the problem (unknown field, field that is
     // not numeric, unreadable document, ...); theme stays null then.
     static bool Build(const DemoThemeRequest& request, const DemoLayer& layer, const DemoThemeCreator& create,
-                      std::unique_ptr<KrTheme3D>& theme, std::string& error);
+                      std::unique_ptr<KrTheme3D>& theme, std::string& error, DemoBuildReport* report = nullptr);
 
     // The ascending finite numbers of a field over the layer
     static std::vector<double> NumericValues(const DemoLayer& layer, const std::string& field);
@@ -48,6 +57,9 @@ public:
     static const char* KindName(int kind);
     // The twenty property names that a custom theme takes
     static const std::vector<std::string>& CustomPropertyNames();
+    // Range captions: each break with as few significant digits (at least two) as keep it apart
+    // from its neighbours, written without exponent for everyday magnitudes
+    static std::vector<std::string> BreakTexts(const std::vector<double>& breaks);
 
     // The format version written and read by the demo
     static constexpr int kXmlVersion = 20120328;

@@ -3,6 +3,7 @@
 // read back consistently on the globe, a saved theme that applies again, and bad input refused.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -236,7 +237,7 @@ TEST(DemoTour, ScenesReadBackOnTheGlobe)
     }
 }
 
-TEST(DemoTour, SavedThemeAppliesAgainAndBadInputIsRefused)
+TEST(DemoTour, SavedThemeAppliesAgain)
 {
     const std::string scratch = T3D_DEMO_SCRATCH;
     const Result again = RunDemo("--theme " + kOut + "/range.theme.xml --name again --out " + scratch);
@@ -248,27 +249,93 @@ TEST(DemoTour, SavedThemeAppliesAgainAndBadInputIsRefused)
         EXPECT_EQ(first["entries"][i]["caption"], second["entries"][i]["caption"]);
         EXPECT_EQ(first["entries"][i]["count"], second["entries"][i]["count"]);
     }
+}
 
+// Damaged copies of the built-in shapefile and other inputs a user gets wrong, made in scratch
+std::string MakeBadInputs(const std::string& scratch)
+{
+    const std::string shp = std::string(T3D_DEMO_DATA);
+    const std::string stem = shp.substr(0, shp.size() - 4);
+    const std::string script = "cd " + scratch + " && mkdir -p trunc noshx && for e in shp shx dbf prj cpg; do cp " +
+                               stem + ".$e trunc/c.$e; done && cp " + stem + ".shp " + stem +
+                               ".dbf noshx/ && truncate -s 60000 trunc/c.shp";
+    EXPECT_EQ(std::system(script.c_str()), 0);
     std::ofstream(scratch + "/junk.xml") << "<tdx:Theme3D><tdx:Type>2</tdx:Type><broken";
+    // The tour's range document with a type code that does not match, and with inverted breaks
+    const std::string range = ReadBytes(kOut + "/range.theme.xml");
+    std::string typed = range, inverted = range;
+    typed.replace(typed.find("<tdx:Type>2<"), 12, "<tdx:Type>1<");
+    for (size_t at; (at = inverted.find("6855713")) != std::string::npos;) inverted.replace(at, 7, "100000000");
+    std::ofstream(scratch + "/typed.xml") << typed;
+    std::ofstream(scratch + "/inverted.xml") << inverted;
+    std::ofstream(scratch + "/text.txt") << "not a table\n";
+    std::ofstream(scratch + "/empty.geojson") << R"({"type":"FeatureCollection","features":[]})";
+    return scratch;
+}
+
+TEST(DemoInput, BadInvocationsFailWithOneLineAndTheirReason)
+{
+    const std::string scratch = MakeBadInputs(T3D_DEMO_SCRATCH);
     const std::string data = " --data " + std::string(T3D_DEMO_DATA);
-    const std::map<std::string, std::string> cases = {
-        {"--data /nonexistent/countries.shp --unique continent", "cannot open"},
-        {data + " --unique no_such_field", "no field 'no_such_field'"},
-        {data + " --range name", "'name' is not numeric"},
-        {data + " --chart pie --fields pop_est,continent", "'continent' is not numeric"},
-        {data + " --theme " + scratch + "/junk.xml", "not a theme document"},
-        {data + " --theme /nonexistent/theme.xml", "cannot read the theme document"},
-        {data + " --custom Altitude=pop_est", "not a custom theme property"},
-        {data + " --range pop_est --classes 1", "class count"},
-        {"--plugin /nonexistent/TrTheme3DBase.t3d", "cannot load the theme plug-in"},
-        {"--bogus", "unknown option"},
+    const std::string places = " --data " + std::string(T3D_DEMO_TEST_DATA) + "/places.csv";
+    struct Case {
+        std::string args;
+        int status;
+        std::string fragment;
     };
-    for (const auto& c : cases) {
-        const Result r = RunDemo(c.first + " --out " + scratch);
-        EXPECT_NE(r.status, 0) << c.first;
-        EXPECT_LT(r.status, 10) << c.first << ": " << r.output;
-        EXPECT_NE(r.output.find(c.second), std::string::npos) << c.first << ": " << r.output;
+    const std::vector<Case> cases = {
+        {"--bogus", 1, "unknown option '--bogus'"},
+        {"--x-field lon --unique name", 1, "--x-field and --y-field go together"},
+        {"--plugin /nonexistent/TrTheme3DBase.t3d", 2, "cannot load the theme plug-in"},
+        // Reading: GDAL's or the system's reason, never a bare "cannot open"
+        {"--data /nonexistent/countries.shp --unique continent", 2, "No such file or directory"},
+        {"--data " + scratch + "/text.txt --unique name", 2, "not in a vector format"},
+        {"--data " + scratch + "/noshx/naturalearth_lowres.shp --unique name", 2, "Unable to open"},
+        {"--data " + scratch + "/trunc/c.shp --unique name", 2, "Error in fread()"},
+        {"--data " + scratch + "/empty.geojson --label name", 2, "holds no features"},
+        {places + " --unique name", 2, "has no geometry; name its longitude and latitude fields"},
+        {places + " --unique name --x-field lon --y-field lat", 2, "no number in 'lon' or 'lat'"},
+        {places + " --unique name --x-field lon --y-field latitude", 2, "fields: name, country, population, lon, lat"},
+        {data + " --layer nope --unique name", 2, "layers: naturalearth_lowres"},
+        // Building
+        {data + " --unique no_such_field", 2, "no field 'no_such_field' (fields: pop_est, continent, name,"},
+        {data + " --range name", 2, "'name' is not numeric"},
+        {data + " --chart pie --fields pop_est,continent", 2, "'continent' is not numeric"},
+        {data + " --theme " + scratch + "/junk.xml", 2, "not a theme document"},
+        {data + " --theme /nonexistent/theme.xml", 2, "No such file or directory"},
+        {data + " --theme " + scratch + "/typed.xml", 2, "says type 1 (unique) but holds range content"},
+        {data + " --theme " + scratch + "/inverted.xml", 2, "out of ascending order at break 2: 100000000 then"},
+        {data + " --unique continent --max-classes 0", 1, "--max-classes needs a whole number of at least 1"},
+        {data + " --custom Altitude=pop_est", 2, "(properties: AltitudeMode, BottomAltitude, ExtendHeight,"},
+        {data + " --range pop_est --classes 1", 2, "class count"},
+    };
+    for (const Case& c : cases) {
+        const Result r = RunDemo(c.args + " --out " + scratch + "/refused");
+        EXPECT_EQ(r.status, c.status) << c.args << ": " << r.output;
+        EXPECT_NE(r.output.find(c.fragment), std::string::npos) << c.args << ": " << r.output;
+        // The reason is on one line, not under a page of usage or a stream of GDAL messages
+        const size_t lines = static_cast<size_t>(std::count(r.output.begin(), r.output.end(), '\n'));
+        EXPECT_LE(lines, 3u) << c.args << ": " << r.output;
     }
+    EXPECT_TRUE(Listing(scratch + "/refused").empty());
+}
+
+TEST(DemoInput, LenientReadingSkipsAndCountsWhatGdalCannotRead)
+{
+    const std::string scratch = MakeBadInputs(T3D_DEMO_SCRATCH);
+    const Result shp = RunDemo("--data " + scratch + "/trunc/c.shp --lenient --unique name --out " + scratch + "/lenient");
+    ASSERT_EQ(shp.status, 0) << shp.output;
+    const json legend = ReadJson(scratch + "/lenient/unique.legend.json");
+    const size_t read = legend["features"].get<size_t>();
+    EXPECT_GT(read, 0u);
+    EXPECT_NE(shp.output.find("skipped " + std::to_string(kCountries - read) + " features"), std::string::npos)
+        << shp.output;
+    const Result csv = RunDemo(std::string("--data ") + T3D_DEMO_TEST_DATA +
+                               "/places.csv --x-field lon --y-field lat --lenient --range population --classes 2 --out " +
+                               scratch + "/lenient");
+    ASSERT_EQ(csv.status, 0) << csv.output;
+    EXPECT_NE(csv.output.find("skipped 1 features"), std::string::npos) << csv.output;
+    EXPECT_EQ(ReadJson(scratch + "/lenient/range.legend.json")["drawn"].get<size_t>(), 5u);
 }
 
 TEST(DemoOutput, FailedWriteLeavesNoFileAndNamesTheMissingOnes)
@@ -283,4 +350,31 @@ TEST(DemoOutput, FailedWriteLeavesNoFileAndNamesTheMissingOnes)
     EXPECT_NE(r.output.find("not written: " + out + "/unique.glb, " + out + "/unique.theme.xml"), std::string::npos)
         << r.output;
     EXPECT_TRUE(Listing(out).empty());
+}
+
+TEST(DemoResults, NumericClassesSortAsNumbersAndTheClassLimitIsStated)
+{
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/results";
+    const std::string data = " --data " + std::string(T3D_DEMO_DATA);
+    const Result r = RunDemo(data + " --unique gdp_md_est --max-classes 40 --out " + out);
+    ASSERT_EQ(r.status, 0) << r.output;
+    const json legend = ReadJson(out + "/unique.legend.json");
+    EXPECT_EQ(legend["classLimit"].get<int>(), 40);
+    EXPECT_EQ(legend["classes"].get<int>(), 40);
+    const int distinct = legend["distinctValues"].get<int>();
+    EXPECT_GT(distinct, 150);
+    EXPECT_NE(r.output.find("warning: 'gdp_md_est' has " + std::to_string(distinct) + " distinct values; the 40"),
+              std::string::npos)
+        << r.output;
+    double previous = -1e300;
+    for (const auto& e : legend["entries"]) {
+        if (e["role"] != "item") continue;
+        const double value = std::stod(e["value"].get<std::string>());
+        EXPECT_GT(value, previous) << e["value"];
+        previous = value;
+    }
+    // Under the limit nothing is dropped and nothing is said
+    const Result all = RunDemo(data + " --unique continent --out " + out);
+    EXPECT_EQ(all.output.find("warning"), std::string::npos) << all.output;
+    EXPECT_EQ(ReadJson(out + "/unique.legend.json")["classLimit"].get<int>(), 1024);
 }
