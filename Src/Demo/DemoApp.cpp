@@ -1,6 +1,8 @@
 #include "DemoApp.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -81,6 +83,47 @@ std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDra
     return j.Text() + "\n";
 }
 
+// A field value as JSON: numbers stay numbers, dates and texts become strings
+void Value(DemoJson& j, const BSX::BsxVariant& v)
+{
+    switch (v.GetType()) {
+    case BSX::BsxVariant::VT_NULL:
+    case BSX::BsxVariant::VT_BLOB: j.Null(); break;
+    case BSX::BsxVariant::VT_UINT8: j.Integer(v.GetUInt8()); break;
+    case BSX::BsxVariant::VT_INT16: j.Integer(v.GetInt16()); break;
+    case BSX::BsxVariant::VT_INT32: j.Integer(v.GetInt32()); break;
+    case BSX::BsxVariant::VT_INT64: j.Integer(v.GetInt64()); break;
+    case BSX::BsxVariant::VT_FLOAT: j.Number(v.GetFloat()); break;
+    case BSX::BsxVariant::VT_DOUBLE: j.Number(v.GetDouble()); break;
+    default: j.String(v.ToString().ToUtf8()); break;
+    }
+}
+
+void Extent(DemoJson& j, const DemoLayer& layer)
+{
+    j.Key("extent").BeginObject().Key("west").Number(layer.bounds.left).Key("south").Number(layer.bounds.bottom);
+    j.Key("east").Number(layer.bounds.right).Key("north").Number(layer.bounds.top).EndObject();
+}
+
+// Diagonal in degrees of the extent of a feature's largest part: viewers place the labels of
+// larger features first. Parts count alone, so that islands either side of the antimeridian do
+// not make a small country span the globe.
+double Span(const DemoFeature& f)
+{
+    double span = 0.0;
+    for (const DemoPart& part : f.parts) {
+        double lo[2] = {1e300, 1e300}, hi[2] = {-1e300, -1e300};
+        for (const auto& ring : part.rings) {
+            for (const auto& p : ring) {
+                lo[0] = std::min(lo[0], p.x), hi[0] = std::max(hi[0], p.x);
+                lo[1] = std::min(lo[1], p.y), hi[1] = std::max(hi[1], p.y);
+            }
+        }
+        if (hi[0] >= lo[0]) span = std::max(span, std::hypot(hi[0] - lo[0], hi[1] - lo[1]));
+    }
+    return span;
+}
+
 struct RunTimes {
     double build = 0.0, draw = 0.0, write = 0.0;
 };
@@ -89,8 +132,9 @@ struct RunTimes {
 
 namespace {
 
+// Draws one theme and writes its files; its entry in the scene manifest goes to themes
 int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& layer, KrTheme3DFactory& factory,
-           RunTimes& times)
+           RunTimes& times, DemoJson& themes)
 {
     std::string error;
     auto started = Clock::now();
@@ -134,11 +178,18 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     perFeature.BeginObject().Key("name").String(name).Key("features").BeginArray();
     size_t drawn = 0, charts = 0, labelled = 0;
     DemoDrawnFeature out;
+    const BSX::BsxUnicodeString expression = theme->GetExpression();
+    std::vector<BSX::BsxUnicodeString> fieldNames;
+    for (const DemoField& field : layer.fields) fieldNames.push_back(BSX::BsxUnicodeString::FromUtf8(field.name));
     {
         DemoProgress progress(name, layer.features.size(), options.progress);
         for (size_t i = 0; i < layer.features.size(); ++i) {
             const DemoFeature& f = layer.features[i];
             drawer.Draw(i, out);
+            BSX::BsxVariant idValue;
+            if (idField >= 0) f.feature->GetValue(idName, idValue);
+            const std::string featureName = idField >= 0 ? idValue.ToString().ToUtf8() : "#" + std::to_string(i);
+            scene.BeginFeature(static_cast<std::uint32_t>(i), featureName);
             if (out.drawn && out.style) {
                 scene.AddFeature(f, *out.style);
                 ++drawn;
@@ -150,21 +201,23 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
             if (!out.label.IsEmpty() && f.hasAnchor) {
                 const BSX::BsxPoint3D e = DemoScene::ToEcef(f.anchor.x, f.anchor.y, 0.0);
                 labels.BeginObject().Key("text").String(out.label.ToUtf8()).Key("lon").Number(f.anchor.x);
-                labels.Key("lat").Number(f.anchor.y).Key("height").Number(0.0);
+                labels.Key("lat").Number(f.anchor.y).Key("height").Number(0.0).Key("size").Number(Span(f));
                 labels.Key("ecef").BeginArray().Number(e.x).Number(e.y).Number(e.z).EndArray().EndObject();
                 ++labelled;
             }
             perFeature.BeginObject().Key("index").Integer(static_cast<long long>(i));
-            if (idField >= 0) {
-                BSX::BsxVariant v;
-                f.feature->GetValue(idName, v);
-                perFeature.Key("id").String(v.ToString().ToUtf8());
-            }
+            if (idField >= 0) perFeature.Key("id").String(featureName);
+            BSX::BsxVariant value;
+            if (!expression.IsEmpty() && f.feature->GetValue(expression, value)) Value(perFeature.Key("value"), value);
             perFeature.Key("drawn").Bool(out.drawn).Key("entry").Integer(out.legendEntry);
             if (out.legendEntry >= 0)
                 perFeature.Key("caption").String(drawer.GetLegend()[static_cast<size_t>(out.legendEntry)].caption);
             if (!out.label.IsEmpty()) perFeature.Key("label").String(out.label.ToUtf8());
-            perFeature.EndObject();
+            perFeature.Key("attributes").BeginObject();
+            for (size_t k = 0; k < fieldNames.size(); ++k) {
+                if (f.feature->GetValue(fieldNames[k], value)) Value(perFeature.Key(layer.fields[k].name), value);
+            }
+            perFeature.EndObject().EndObject();
             progress.Update(i + 1);
         }
     }
@@ -192,6 +245,14 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
         std::fprintf(stderr, "t3d_demo: %s; not written: %s\n", error.c_str(), missing.c_str());
         return 3;
     }
+    const bool isLabel = theme->GetType() == KrTheme3D::Theme3DLabel;
+    themes.BeginObject().Key("name").String(name).Key("kind").String(DemoThemeBuilder::KindName(theme->GetType()));
+    themes.Key("glb").String(name + ".glb").Key("xml").String(name + ".theme.xml");
+    themes.Key("legend").String(name + ".legend.json").Key("features").String(name + ".features.json");
+    if (isLabel) themes.Key("labels").String(name + ".labels.json");
+    themes.Key("heightScale").Number(run.heightScale);
+    Extent(themes, layer);
+    themes.EndObject();
     std::printf("%-8s %-7s %6zu features, %5zu drawn, %4d classes, %5zu labels, %5zu charts, %7zu triangles;"
                 " build %.1f ms, draw %.1f ms, write %.1f ms\n",
                 name.c_str(), DemoThemeBuilder::KindName(theme->GetType()), layer.features.size(), drawn,
@@ -244,11 +305,24 @@ int DemoApp::Run(const DemoOptions& options)
     if (!effective.idFieldGiven && layer.FindField("name") >= 0) effective.idField = "name";
     int status = 0;
     RunTimes total;
+    // The manifest lists every theme drawn, so that a viewer needs nothing but this folder
+    DemoJson manifest;
+    manifest.BeginObject().Key("layer").BeginObject().Key("name").String(layer.name);
+    manifest.Key("features").Integer(static_cast<long long>(layer.features.size()));
+    Extent(manifest, layer);
+    manifest.EndObject().Key("themes").BeginArray();
     for (const DemoRun& run : options.runs) {
         RunTimes times;
-        const int result = RunOne(effective, run, layer, factory, times);
+        const int result = RunOne(effective, run, layer, factory, times, manifest);
         if (result != 0) return result;
         total.build += times.build, total.draw += times.draw, total.write += times.write;
+    }
+    manifest.EndArray().EndObject();
+    DemoOutputSet manifestFile;
+    if (!manifestFile.WriteText(options.outDir + "/scene.json", manifest.Text() + "\n", error) ||
+        !manifestFile.Commit(error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 3;
     }
     std::printf("summary: %zu themes on %zu features; read %.1f ms, build %.1f ms, draw %.1f ms, write %.1f ms\n",
                 options.runs.size(), layer.features.size(), readMs, total.build, total.draw, total.write);

@@ -1,6 +1,7 @@
 #include "DemoGlbWriter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -14,15 +15,24 @@ constexpr std::uint32_t kMagic = 0x46546C67;     // "glTF"
 constexpr std::uint32_t kJsonChunk = 0x4E4F534A; // "JSON"
 constexpr std::uint32_t kBinChunk = 0x004E4942;  // "BIN\0"
 constexpr int kFloat = 5126;
-constexpr int kUnsignedByte = 5121;
+constexpr int kUnsignedShort = 5123;
 constexpr int kArrayBuffer = 34962;
 constexpr int kModePoints = 0;
 constexpr int kModeLineStrip = 3;
 constexpr int kModeTriangles = 4;
 
-void Pad(std::vector<std::uint8_t>& bytes, std::uint8_t fill)
+void Pad(std::vector<std::uint8_t>& bytes, std::uint8_t fill, size_t alignment = 4)
 {
-    while (bytes.size() % 4 != 0) bytes.push_back(fill);
+    while (bytes.size() % alignment != 0) bytes.push_back(fill);
+}
+
+// Vertex colours are linear in glTF while legends give screen (sRGB) colours: the inverse of the
+// sRGB transfer curve, kept in 16 bits so that the darkest legend colours survive the round trip
+std::uint16_t LinearChannel(std::uint8_t srgb)
+{
+    const double c = srgb / 255.0;
+    const double linear = c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    return static_cast<std::uint16_t>(std::lround(linear * 65535.0));
 }
 
 void PutU32(std::vector<std::uint8_t>& bytes, std::uint32_t v)
@@ -51,16 +61,29 @@ public:
         accessors.BeginArray();
     }
 
-    // A buffer view over bytes appended to the BIN chunk; answers its index
-    int AddView(const void* data, size_t size)
+    // A buffer view over bytes appended to the BIN chunk; answers its index. Vertex data has a
+    // target; feature table data has none and starts on 8 bytes.
+    int AddView(const void* data, size_t size, bool vertexData = true)
     {
-        Pad(bin, 0);
+        Pad(bin, 0, vertexData ? 4 : 8);
         const size_t offset = bin.size();
         const auto* p = static_cast<const std::uint8_t*>(data);
         bin.insert(bin.end(), p, p + size);
         views.BeginObject().Key("buffer").Integer(0).Key("byteOffset").Integer(static_cast<long long>(offset));
-        views.Key("byteLength").Integer(static_cast<long long>(size)).Key("target").Integer(kArrayBuffer).EndObject();
+        views.Key("byteLength").Integer(static_cast<long long>(size));
+        if (vertexData) views.Key("target").Integer(kArrayBuffer);
+        views.EndObject();
         return viewCount++;
+    }
+
+    // A float SCALAR accessor of feature ids over count vertices from the given first vertex
+    int AddFeatureIds(int view, size_t first, size_t count)
+    {
+        accessors.BeginObject().Key("bufferView").Integer(view);
+        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 4));
+        accessors.Key("componentType").Integer(kFloat).Key("count").Integer(static_cast<long long>(count));
+        accessors.Key("type").String("SCALAR").EndObject();
+        return accessorCount++;
     }
 
     // A float VEC3 accessor over count vertices from the given first vertex, with exact bounds
@@ -92,16 +115,16 @@ public:
     int AddColours(int view, size_t first, size_t count)
     {
         accessors.BeginObject().Key("bufferView").Integer(view);
-        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 4));
-        accessors.Key("componentType").Integer(kUnsignedByte).Key("normalized").Bool(true);
+        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 8));
+        accessors.Key("componentType").Integer(kUnsignedShort).Key("normalized").Bool(true);
         accessors.Key("count").Integer(static_cast<long long>(count)).Key("type").String("VEC4").EndObject();
         return accessorCount++;
     }
 };
 
 struct Packed {
-    std::vector<float> positions, normals;
-    std::vector<std::uint8_t> colours;
+    std::vector<float> positions, normals, features;
+    std::vector<std::uint16_t> colours;
 };
 
 Packed Pack(const std::vector<DemoVertex>& vertices, const double centre[3])
@@ -110,15 +133,43 @@ Packed Pack(const std::vector<DemoVertex>& vertices, const double centre[3])
     p.positions.reserve(vertices.size() * 3);
     p.normals.reserve(vertices.size() * 3);
     p.colours.reserve(vertices.size() * 4);
+    p.features.reserve(vertices.size());
     for (const DemoVertex& v : vertices) {
         double pos[3], n[3];
         GltfAxes(v.x, v.y, v.z, pos);
         GltfAxes(v.nx, v.ny, v.nz, n);
         for (int k = 0; k < 3; ++k) p.positions.push_back(static_cast<float>(pos[k] - centre[k]));
         for (int k = 0; k < 3; ++k) p.normals.push_back(static_cast<float>(n[k]));
-        p.colours.insert(p.colours.end(), v.rgba.begin(), v.rgba.end());
+        for (int k = 0; k < 3; ++k) p.colours.push_back(LinearChannel(v.rgba[static_cast<size_t>(k)]));
+        p.colours.push_back(static_cast<std::uint16_t>(v.rgba[3] * 257));
+        // Float ids are exact up to 2^24 features
+        p.features.push_back(static_cast<float>(v.feature));
     }
     return p;
+}
+
+// The feature table: one row per feature id, holding the feature's name
+std::string FeatureTable(Builder& b, const std::vector<std::string>& names)
+{
+    std::string text;
+    std::vector<std::uint32_t> offsets{0};
+    for (const std::string& name : names) {
+        text += name;
+        offsets.push_back(static_cast<std::uint32_t>(text.size()));
+    }
+    // A buffer view holds at least one byte; the offsets keep every name empty then
+    if (text.empty()) text.push_back(' ');
+    const int values = b.AddView(text.data(), text.size(), false);
+    const int starts = b.AddView(offsets.data(), offsets.size() * sizeof(std::uint32_t), false);
+    DemoJson j;
+    j.BeginObject().Key("schema").BeginObject().Key("id").String("t3d_demo").Key("classes").BeginObject();
+    j.Key("feature").BeginObject().Key("properties").BeginObject().Key("name").BeginObject().Key("type").String("STRING");
+    j.EndObject().EndObject().EndObject().EndObject().EndObject();
+    j.Key("propertyTables").BeginArray().BeginObject().Key("class").String("feature");
+    j.Key("count").Integer(static_cast<long long>(names.size())).Key("properties").BeginObject();
+    j.Key("name").BeginObject().Key("values").Integer(values).Key("stringOffsets").Integer(starts);
+    j.Key("stringOffsetType").String("UINT32").EndObject().EndObject().EndObject().EndArray().EndObject();
+    return j.Text();
 }
 
 } // namespace
@@ -146,55 +197,88 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
     Builder b;
     DemoJson primitives;
     primitives.BeginArray();
+    // Every vertex names its feature when the scene has a feature table; the viewer picks by it
+    const std::vector<std::string>& names = scene.GetFeatureNames();
+    const bool featureIds = !names.empty();
+    auto primitive = [&](const std::vector<DemoVertex>& vertices, int positions, int normals, int colours,
+                         int ids, size_t first, size_t count, int material, int mode) {
+        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(positions);
+        if (normals >= 0) primitives.Key("NORMAL").Integer(normals);
+        primitives.Key("COLOR_0").Integer(colours);
+        if (featureIds) primitives.Key("_FEATURE_ID_0").Integer(ids);
+        primitives.EndObject().Key("material").Integer(material).Key("mode").Integer(mode);
+        if (featureIds) {
+            std::vector<std::uint32_t> distinct;
+            distinct.reserve(count);
+            for (size_t i = first; i < first + count; ++i) distinct.push_back(vertices[i].feature);
+            std::sort(distinct.begin(), distinct.end());
+            const auto unique = std::unique(distinct.begin(), distinct.end()) - distinct.begin();
+            primitives.Key("extensions").BeginObject().Key("EXT_mesh_features").BeginObject();
+            primitives.Key("featureIds").BeginArray().BeginObject().Key("featureCount").Integer(unique);
+            primitives.Key("attribute").Integer(0).Key("propertyTable").Integer(0).EndObject().EndArray();
+            primitives.EndObject().EndObject();
+        }
+        primitives.EndObject();
+    };
     if (!scene.GetTriangles().empty()) {
         const Packed p = Pack(scene.GetTriangles(), centre);
         const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
         const int nv = b.AddView(p.normals.data(), p.normals.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
+        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
         const size_t n = scene.GetTriangles().size();
         const int pa = b.AddVec3(pv, p.positions, 0, n, true);
         const int na = b.AddVec3(nv, p.normals, 0, n, false);
         const int ca = b.AddColours(cv, 0, n);
-        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("NORMAL").Integer(na);
-        primitives.Key("COLOR_0").Integer(ca).EndObject().Key("material").Integer(0).Key("mode").Integer(kModeTriangles);
-        primitives.EndObject();
+        const int fa = featureIds ? b.AddFeatureIds(fv, 0, n) : -1;
+        primitive(scene.GetTriangles(), pa, na, ca, fa, 0, n, 0, kModeTriangles);
     }
     if (!scene.GetStrips().empty()) {
         const Packed p = Pack(scene.GetLineVertices(), centre);
         const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
+        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
         for (const auto& strip : scene.GetStrips()) {
             const int pa = b.AddVec3(pv, p.positions, strip.first, strip.second, true);
             const int ca = b.AddColours(cv, strip.first, strip.second);
-            primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("COLOR_0").Integer(ca);
-            primitives.EndObject().Key("material").Integer(1).Key("mode").Integer(kModeLineStrip).EndObject();
+            const int fa = featureIds ? b.AddFeatureIds(fv, strip.first, strip.second) : -1;
+            primitive(scene.GetLineVertices(), pa, -1, ca, fa, strip.first, strip.second, 1, kModeLineStrip);
         }
     }
     if (!scene.GetPoints().empty()) {
         const Packed p = Pack(scene.GetPoints(), centre);
         const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size());
+        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
+        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
         const size_t n = scene.GetPoints().size();
         const int pa = b.AddVec3(pv, p.positions, 0, n, true);
         const int ca = b.AddColours(cv, 0, n);
-        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa).Key("COLOR_0").Integer(ca);
-        primitives.EndObject().Key("material").Integer(1).Key("mode").Integer(kModePoints).EndObject();
+        const int fa = featureIds ? b.AddFeatureIds(fv, 0, n) : -1;
+        primitive(scene.GetPoints(), pa, -1, ca, fa, 0, n, 1, kModePoints);
     }
     primitives.EndArray();
     const bool hasMesh = b.accessorCount > 0;
 
-    std::string json = "{\"asset\":{\"version\":\"2.0\",\"generator\":\"t3d_demo\"},\"scene\":0,";
-    json += "\"scenes\":[{\"nodes\":[0]}],\"nodes\":[{\"name\":\"layer\",\"translation\":[";
+    std::string json = "{\"asset\":{\"version\":\"2.0\",\"generator\":\"t3d_demo\"},";
+    if (hasMesh) {
+        json += "\"extensionsUsed\":[\"KHR_materials_unlit\"";
+        if (featureIds) json += ",\"EXT_mesh_features\",\"EXT_structural_metadata\"";
+        json += "],";
+    }
+    if (hasMesh && featureIds) json += "\"extensions\":{\"EXT_structural_metadata\":" + FeatureTable(b, names) + "},";
+    json += "\"scene\":0,\"scenes\":[{\"nodes\":[0]}],\"nodes\":[{\"name\":\"layer\",\"translation\":[";
     DemoJson t;
     t.BeginArray().Number(centre[0]).Number(centre[1]).Number(centre[2]).EndArray();
     json += t.Text().substr(1, t.Text().size() - 2);
     json += "]";
     if (hasMesh) {
         json += ",\"mesh\":0}],\"meshes\":[{\"primitives\":" + primitives.Text() + "}],";
-        // Lit surfaces and unlit-looking lines both take their colour from the vertices
-        json += "\"materials\":[{\"name\":\"surfaces\",\"pbrMetallicRoughness\":{\"metallicFactor\":0,"
-                "\"roughnessFactor\":1},\"doubleSided\":true},{\"name\":\"lines\",\"pbrMetallicRoughness\":"
-                "{\"metallicFactor\":0,\"roughnessFactor\":1}}],";
+        // Unlit: the map shows the legend's colours whatever the light; the PBR values are the
+        // fallback of viewers without the extension
+        const std::string unlit = "\"pbrMetallicRoughness\":{\"metallicFactor\":0,\"roughnessFactor\":1},"
+                                  "\"extensions\":{\"KHR_materials_unlit\":{}}";
+        json += "\"materials\":[{\"name\":\"surfaces\"," + unlit + ",\"doubleSided\":true},{\"name\":\"lines\"," +
+                unlit + "}],";
         b.accessors.EndArray();
         b.views.EndArray();
         json += "\"accessors\":" + b.accessors.Text() + ",\"bufferViews\":" + b.views.Text() + ",";

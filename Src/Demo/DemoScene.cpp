@@ -102,6 +102,22 @@ std::array<std::uint8_t, 4> DemoScene::ToRgba(const KrColorValue3D& c)
     return {{byte(c.r), byte(c.g), byte(c.b), byte(c.a)}};
 }
 
+void DemoScene::BeginFeature(std::uint32_t id, const std::string& name)
+{
+    m_feature = id;
+    if (m_featureNames.size() <= id) m_featureNames.resize(static_cast<size_t>(id) + 1);
+    m_featureNames[id] = name;
+}
+
+DemoVertex DemoScene::NewVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba) const
+{
+    DemoVertex v;
+    v.x = at.x, v.y = at.y, v.z = at.z;
+    v.rgba = rgba;
+    v.feature = m_feature;
+    return v;
+}
+
 void DemoScene::AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
                             const std::array<std::uint8_t, 4>& rgba, bool outward)
 {
@@ -119,10 +135,8 @@ void DemoScene::AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, 
     if (flip) nx = -nx, ny = -ny, nz = -nz;
     const BSX::BsxPoint3D* corners[3] = {&a, flip ? &c : &b, flip ? &b : &c};
     for (const BSX::BsxPoint3D* p : corners) {
-        DemoVertex v;
-        v.x = p->x, v.y = p->y, v.z = p->z;
+        DemoVertex v = NewVertex(*p, rgba);
         v.nx = static_cast<float>(nx), v.ny = static_cast<float>(ny), v.nz = static_cast<float>(nz);
-        v.rgba = rgba;
         m_triangles.push_back(v);
     }
 }
@@ -212,10 +226,7 @@ void DemoScene::AddFeature(const DemoFeature& feature, const KrStyle& style)
                 const size_t first = m_lines.size();
                 for (const auto& p : line) {
                     const BSX::BsxPoint3D e = ToEcef(p.x, p.y, (std::isfinite(p.z) ? p.z : 0.0) * m_heightScale);
-                    DemoVertex v;
-                    v.x = e.x, v.y = e.y, v.z = e.z;
-                    v.rgba = rgba;
-                    m_lines.push_back(v);
+                    m_lines.push_back(NewVertex(e, rgba));
                 }
                 m_strips.emplace_back(first, line.size());
             }
@@ -224,10 +235,7 @@ void DemoScene::AddFeature(const DemoFeature& feature, const KrStyle& style)
             for (const auto& ring : part.rings) {
                 for (const auto& p : ring) {
                     const BSX::BsxPoint3D e = ToEcef(p.x, p.y, (std::isfinite(p.z) ? p.z : 0.0) * m_heightScale);
-                    DemoVertex v;
-                    v.x = e.x, v.y = e.y, v.z = e.z;
-                    v.rgba = rgba;
-                    m_points.push_back(v);
+                    m_points.push_back(NewVertex(e, rgba));
                 }
             }
         }

@@ -3,6 +3,7 @@
 // Earth-fixed coordinates (WGS84, metres), built from features and chart solids.
 #include <array>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "BsxGeometry.h"
@@ -17,6 +18,8 @@ struct DemoVertex {
     double x = 0.0, y = 0.0, z = 0.0;
     float nx = 0.0f, ny = 0.0f, nz = 1.0f;
     std::array<std::uint8_t, 4> rgba{{255, 255, 255, 255}};
+    // Index of the layer feature the vertex belongs to, so that a viewer can pick features
+    std::uint32_t feature = 0;
 };
 
 class DemoScene {
@@ -28,6 +31,12 @@ public:
     // Heights the styles give (extrusion, bottom altitude, chart sizes) are multiplied by this
     void SetHeightScale(double scale) { m_heightScale = scale; }
     double GetHeightScale() const { return m_heightScale; }
+
+    // Vertices added from now on belong to this feature of the layer; its name is kept for
+    // the scene's feature table (features never begun keep an empty name)
+    void BeginFeature(std::uint32_t id, const std::string& name);
+    // Names of the features by id; as many as the highest id begun plus one
+    const std::vector<std::string>& GetFeatureNames() const { return m_featureNames; }
 
     // A feature's geometry in a style: regions filled (extruded when the style has a height),
     // lines as strips, points as points
@@ -57,7 +66,11 @@ private:
     void AddSurfaceTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c, double h,
                             const std::array<std::uint8_t, 4>& rgba, int depth);
 
+    DemoVertex NewVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba) const;
+
     double m_heightScale = 1.0;
+    std::uint32_t m_feature = 0;
+    std::vector<std::string> m_featureNames;
     std::vector<DemoVertex> m_triangles;
     std::vector<DemoVertex> m_lines;
     std::vector<std::pair<size_t, size_t>> m_strips;

@@ -378,3 +378,84 @@ TEST(DemoResults, NumericClassesSortAsNumbersAndTheClassLimitIsStated)
     EXPECT_EQ(all.output.find("warning"), std::string::npos) << all.output;
     EXPECT_EQ(ReadJson(out + "/unique.legend.json")["classLimit"].get<int>(), 1024);
 }
+
+namespace {
+
+// The chunks of a .glb: its JSON and its binary buffer (empty when the file is malformed)
+std::pair<json, std::string> ReadGlb(const std::string& path)
+{
+    const std::string b = ReadBytes(path);
+    if (b.size() < 28) return {};
+    const std::uint32_t jsonLength = U32(b, 12);
+    if (20u + jsonLength + 8u > b.size()) return {};
+    return {json::parse(b.substr(20, jsonLength), nullptr, false), b.substr(20 + jsonLength + 8)};
+}
+
+// Bytes of an accessor's element i (tightly packed views)
+const char* Element(const json& doc, const std::string& bin, int accessor, size_t i, size_t size)
+{
+    const json& a = doc["accessors"][accessor];
+    const json& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
+    const size_t at = view["byteOffset"].get<size_t>() + a.value("byteOffset", size_t(0)) + i * size;
+    return at + size <= bin.size() ? bin.data() + at : nullptr;
+}
+
+} // namespace
+
+TEST(DemoTour, ManifestNamesEveryThemeAndSceneVerticesNameTheirFeatureAndLegendColour)
+{
+    const json manifest = ReadJson(kOut + "/scene.json");
+    ASSERT_FALSE(manifest.is_discarded());
+    EXPECT_EQ(manifest["layer"]["features"].get<size_t>(), kCountries);
+    std::vector<std::string> names;
+    for (const auto& theme : manifest["themes"]) {
+        names.push_back(theme["name"]);
+        for (const char* file : {"glb", "xml", "legend", "features"}) EXPECT_FALSE(ReadBytes(kOut + "/" + theme[file].get<std::string>()).empty());
+        EXPECT_EQ(theme.contains("labels"), theme["kind"] == "label");
+        EXPECT_LT(theme["extent"]["west"].get<double>(), theme["extent"]["east"].get<double>());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"unique", "range", "label", "graph", "custom"}));
+
+    // Every surface vertex carries its country's id, the feature table names that country, and
+    // its linear colour turns back into the screen colour of the country's legend entry
+    const auto [doc, bin] = ReadGlb(kOut + "/unique.glb");
+    ASSERT_TRUE(doc.is_object());
+    const json features = ReadJson(kOut + "/unique.features.json")["features"];
+    const json entries = ReadJson(kOut + "/unique.legend.json")["entries"];
+    const json& table = doc["extensions"]["EXT_structural_metadata"]["propertyTables"][0];
+    ASSERT_EQ(table["count"].get<size_t>(), kCountries);
+    const int textView = table["properties"]["name"]["values"], offsetView = table["properties"]["name"]["stringOffsets"];
+    auto tableName = [&](size_t id) {
+        std::uint32_t range[2];
+        std::memcpy(range, bin.data() + doc["bufferViews"][offsetView]["byteOffset"].get<size_t>() + id * 4, 8);
+        return bin.substr(doc["bufferViews"][textView]["byteOffset"].get<size_t>() + range[0], range[1] - range[0]);
+    };
+    const json& surfaces = doc["meshes"][0]["primitives"][0];
+    ASSERT_EQ(surfaces["extensions"]["EXT_mesh_features"]["featureIds"][0]["featureCount"].get<size_t>(), kCountries);
+    const int ids = surfaces["attributes"]["_FEATURE_ID_0"], colours = surfaces["attributes"]["COLOR_0"];
+    const size_t count = doc["accessors"][ids]["count"];
+    std::map<size_t, size_t> checked;
+    for (size_t i = 0; i < count; i += 7) {
+        float id = -1.0f;
+        std::uint16_t linear[4];
+        const char* idAt = Element(doc, bin, ids, i, 4);
+        const char* colourAt = Element(doc, bin, colours, i, 8);
+        ASSERT_TRUE(idAt && colourAt);
+        std::memcpy(&id, idAt, 4);
+        std::memcpy(linear, colourAt, 8);
+        ASSERT_TRUE(id >= 0.0f && id < kCountries && id == std::floor(id)) << id;
+        const json& feature = features[static_cast<size_t>(id)];
+        ASSERT_EQ(feature["index"].get<float>(), id);
+        if (checked[feature["index"]]++ == 0) {
+            EXPECT_EQ(tableName(feature["index"]), feature["id"].get<std::string>());
+        }
+        char hex[8];
+        auto srgb = [](std::uint16_t v) {
+            const double c = v / 65535.0;
+            return static_cast<int>(std::lround(255.0 * (c <= 0.0031308 ? c * 12.92 : 1.055 * std::pow(c, 1 / 2.4) - 0.055)));
+        };
+        std::snprintf(hex, sizeof hex, "#%02x%02x%02x", srgb(linear[0]), srgb(linear[1]), srgb(linear[2]));
+        ASSERT_EQ(hex, entries[feature["entry"].get<size_t>()]["hex"].get<std::string>()) << feature["id"];
+    }
+    EXPECT_EQ(checked.size(), kCountries);
+}
