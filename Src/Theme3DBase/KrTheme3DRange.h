@@ -10,6 +10,7 @@
 
 namespace KRN {
 
+class KrClassStatistics;
 class KrRecordset;
 class KrStyle;
 
@@ -67,6 +68,11 @@ public:
     // Quantile breaks of ascending values for count classes: break k is the value at position
     // floor(k * m / count), the first value of class k; empty for fewer than 2 classes or values
     static BSX::BsxArray<double> QuantileBreaks(const BSX::BsxArray<double>& values, int count);
+    // The same classification from the statistics of data gathered in parts: the methods that
+    // need only the extremes, mean and spread (all but 4, which takes its breaks as given)
+    // give the breaks of the whole data; false as above for fewer than 2 values
+    bool MakeDefault(int method, int count, const KrClassStatistics& statistics,
+                     BSX::BsxArray<double> quantileBreaks, double interval);
 
     // Removing; RemoveAt answers the number of breaks removed
     int RemoveAt(int index, int count);
@@ -116,6 +122,8 @@ protected:
     double FixedWidth(double interval, double max, double min, const KrTheme3DItem& item);
     void ClassifyWithQuantileNew(int count, int valueCount, BSX::BsxArray<double> breaks);
     void ClassifyWithStdev(const BSX::BsxArray<double>& values);
+    // The standard-deviation walk from the data's mean, spread and extremes
+    void ClassifyAroundMean(double mean, double sigma, double min, double max);
     // Mean and population standard deviation
     void Stdev(const BSX::BsxArray<double>& values, double& mean, double& stdev) const;
 

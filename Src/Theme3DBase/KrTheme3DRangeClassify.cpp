@@ -214,11 +214,14 @@ void KrTheme3DRange::ClassifyWithStdev(const BsxArray<double>& values)
     if (values.GetSize() < 1) return;
     double mean = 0.0, sigma = 0.0;
     Stdev(values, mean, sigma);
+    ClassifyAroundMean(mean, sigma, values[0], values[values.GetSize() - 1]);
+}
+
+void KrTheme3DRange::ClassifyAroundMean(double mean, double sigma, double min, double max)
+{
     // Data with NaN or infinities has no usable mean or spread: no ranges
     if (!std::isfinite(mean) || !std::isfinite(sigma)) return;
     const KrTheme3DItem item;
-    const double min = values[0];
-    const double max = values[values.GetSize() - 1];
     const double lower = mean - kHalf * sigma;
     const double upper = mean + kHalf * sigma;
 
