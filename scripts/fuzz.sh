@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (clang, AddressSanitizer + UndefinedBehaviorSanitizer) and runs each
-# for SECONDS (default 10), two at a time. Release checks: bash scripts/fuzz.sh 600
+# for SECONDS (default 10), two at a time. The test command runs 5 s each; the release check is
+#   bash scripts/fuzz.sh 1800        (30 minutes per target, about 2 hours for the 8 targets)
+# Every run draws a fresh seed and prints it with the target's result; FUZZ_SEED=N runs every
+# target with seed N instead (to replay a run, together with the corpus it started from).
 # New corpus entries go to build/fuzz/corpus/<target>; crashes to build/fuzz/crashes/<target>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,17 +15,18 @@ pids=()
 status=0
 run() {
   local target=$1 name=${1#fuzz_}
-  local work=build/fuzz/corpus/$name crashes=build/fuzz/crashes/$name
+  local work=build/fuzz/corpus/$name crashes=build/fuzz/crashes/$name log=build/fuzz/$name.log
+  # Between 1 and 2^31 - 1: libFuzzer picks a seed of its own for 0
+  local seed=${FUZZ_SEED:-$(( $(od -An -N4 -tu4 /dev/urandom) % 2147483647 + 1 ))}
   mkdir -p "$work" "$crashes"
   local seeds=Fuzz/corpus/$name
   [ -d "$seeds" ] || seeds=
-  if build/fuzz/fuzz/"$target" -max_total_time="$seconds" -max_len=65536 -timeout=10 -rss_limit_mb=2048 \
-       -dict=Fuzz/tdx.dict -artifact_prefix="$crashes/" -print_final_stats=1 "$work" $seeds \
-       >"build/fuzz/$name.log" 2>&1; then
-    echo "$name: $(grep -E '^stat::number_of_executed_units' "build/fuzz/$name.log" | awk '{print $2}') runs," \
-         "$(grep -oE 'cov: [0-9]+' "build/fuzz/$name.log" | tail -1) edges, corpus $(ls "$work" | wc -l)"
+  if build/fuzz/fuzz/"$target" -seed="$seed" -max_total_time="$seconds" -max_len=65536 -timeout=10 -rss_limit_mb=2048 \
+       -dict=Fuzz/tdx.dict -artifact_prefix="$crashes/" -print_final_stats=1 "$work" $seeds >"$log" 2>&1; then
+    echo "$name: seed $seed, $(grep -E '^stat::number_of_executed_units' "$log" | awk '{print $2}') runs," \
+         "$(grep -oE 'cov: [0-9]+' "$log" | tail -1) edges, corpus $(ls "$work" | wc -l)"
   else
-    echo "$name: FAILED (see build/fuzz/$name.log)"; tail -30 "build/fuzz/$name.log"; return 1
+    echo "$name: FAILED with seed $seed (see $log)"; tail -30 "$log"; return 1
   fi
 }
 for target in $(ls build/fuzz/fuzz); do

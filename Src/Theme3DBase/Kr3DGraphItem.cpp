@@ -130,11 +130,8 @@ BsxUnicodeString Kr3DGraphItem::ToXML(int version) const
     if (Type == ArrayItem && !ArrayValues.IsEmpty()) {
         ThemeXml::AddInt(markup, kArrayCountName, ArrayValues.GetSize());
         const BsxUnicodeString prefix(kArrayValuePrefix);
-        BsxUnicodeString value;
-        for (int i = 0; i < ArrayValues.GetSize(); ++i) {
-            value.Format(L"%f", ArrayValues[i]);
-            ThemeXml::AddText(markup, (prefix + ThemeXml::Int(i)).Cstr(), value);
-        }
+        for (int i = 0; i < ArrayValues.GetSize(); ++i)
+            ThemeXml::AddText(markup, (prefix + ThemeXml::Int(i)).Cstr(), ThemeXml::FixedReal(ArrayValues[i]));
     }
     return markup.GetDoc();
 }

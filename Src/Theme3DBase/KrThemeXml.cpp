@@ -19,9 +19,17 @@ int NormaliseVersion(int version) { return version == 0 ? kVersion20090106 : ver
 
 bool IsSupportedVersion(int version) { return version == kVersion20090106 || version == kVersion20120328; }
 
+namespace {
+const char* NonFiniteReal(double value)
+{
+    if (std::isnan(value)) return "nan";
+    return value < 0 ? "-inf" : "inf";
+}
+} // namespace
+
 BsxUnicodeString Real(double value)
 {
-    if (!std::isfinite(value)) value = 0.0;
+    if (!std::isfinite(value)) return BsxUnicodeString::FromUtf8(NonFiniteReal(value));
     // Fixed notation with 15 decimals, but never more than 15 significant digits: the digits a
     // double holds reliably. "%.15f" alone would print binary noise for larger numbers
     // (12756.274 as 12756.273999999999432).
@@ -55,6 +63,14 @@ BsxUnicodeString Real(double value)
     }
     if (s == "-0" || s.empty() || s == "-") s = "0";
     return BsxUnicodeString::FromUtf8(s);
+}
+
+BsxUnicodeString FixedReal(double value)
+{
+    if (!std::isfinite(value)) return BsxUnicodeString::FromUtf8(NonFiniteReal(value));
+    BsxUnicodeString text;
+    text.Format(L"%f", value);
+    return text;
 }
 
 BsxUnicodeString Int(int value)

@@ -21,9 +21,19 @@ int NormaliseVersion(int version);
 // 20090106 and 20120328 (after normalisation)
 bool IsSupportedVersion(int version);
 
-// "%.15f" with trailing zeros and then a trailing point removed: 0.1, 3, 0, 2.5.
-// Non-finite values, which "%.15f" cannot write as a number, are written as 0.
+// Reals. Every real the module writes goes through Real or FixedReal, and every real it reads
+// back through kratof (or, for a range text, the string's own reading), so one rule holds for all
+// of them: a value that is not finite keeps its value through any number of saves. Infinity is
+// written "inf" or "-inf" and NaN "nan" (whatever its sign bit), the words "%f" itself prints, and
+// kratof reads them back as the C library does ("inf", "infinity", "nan", any case, signed).
+// Writing them as 0 instead would not be stable: an overflowing "1e400" or the logarithm of a
+// zero sum would turn into 0 on the first save, and in a range theme a 0 can coincide with a
+// neighbouring break, so the next reading merges the two and the third save differs again.
+//
+// "%.15f" with trailing zeros and then a trailing point removed: 0.1, 3, 0, 2.5
 BSX::BsxUnicodeString Real(double value);
+// "%f": six decimals, zeros kept (the chart item's array values)
+BSX::BsxUnicodeString FixedReal(double value);
 BSX::BsxUnicodeString Int(int value);
 inline const wchar_t* Bool(bool value) { return value ? L"TRUE" : L"FALSE"; }
 // Boolean readers: only "FALSE" is false / only "TRUE" is true (ignoring case)

@@ -30,7 +30,8 @@ TEST(ThemeXmlConventionsTest, RealsVersionsAndBooleans)
         {0.1, L"0.1"}, {3, L"3"}, {0, L"0"}, {10, L"10"}, {-0.25, L"-0.25"}, {12756.274, L"12756.274"},
         {-63781.37, L"-63781.37"}, {1e20, L"100000000000000000000"}, {0.000123456789, L"0.000123456789"},
         {1e-20, L"0"}, {-1e-20, L"0"}, {1.0 / 3, L"0.333333333333333"},
-        {std::numeric_limits<double>::quiet_NaN(), L"0"}};
+        {std::numeric_limits<double>::quiet_NaN(), L"nan"}, {-std::numeric_limits<double>::quiet_NaN(), L"nan"},
+        {std::numeric_limits<double>::infinity(), L"inf"}, {-std::numeric_limits<double>::infinity(), L"-inf"}};
     for (const auto& r : reals) EXPECT_EQ(ThemeXml::Real(r.first), r.second) << r.first;
     EXPECT_EQ(ThemeXml::Real(1e300).GetLength(), 301);
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <stdexcept>
 #include <tuple>
 #include <utility>
@@ -70,7 +71,11 @@ TEST(BsxUnicodeStringTest, NumbersAndUtf8)
     for (const auto& i : std::vector<std::pair<const wchar_t*, int>>{{L" -12abc", -12}, {L"99999999999999999999", INT_MAX}, {L"x", 0}})
         EXPECT_EQ(kratoi(i.first), i.second);
     EXPECT_DOUBLE_EQ(kratof(L"1e3"), 1000.0);
-    EXPECT_DOUBLE_EQ(kratof(L"nan"), 0.0);
+    // The C library's words for infinity and NaN are read, hexadecimal floats are not
+    for (const auto& r : std::vector<std::pair<const wchar_t*, double>>{
+             {L" inf", HUGE_VAL}, {L"-Infinity", -HUGE_VAL}, {L"1e400", HUGE_VAL}, {L"0x10", 0}, {L"-0X1p3", 0}})
+        EXPECT_EQ(kratof(r.first), r.second) << BsxUnicodeString(r.first).ToUtf8();
+    EXPECT_TRUE(std::isnan(kratof(L"NaN")) && std::isnan(kratof(L"-nan")));
 
     const BsxUnicodeString text(L"Z\u00fcrich \u5317\u4eac \U0001F600");
     EXPECT_EQ(BsxUnicodeString::FromUtf8(text.ToUtf8()), text);

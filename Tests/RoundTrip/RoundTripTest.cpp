@@ -20,8 +20,12 @@ namespace {
 const int kVersions[] = {0, 20090106, 20120328};
 const BsxUnicodeString kDir(L"/data/scene");
 
-// The real-number form keeps fifteen significant digits (and fifteen decimals below one)
-bool SameReal(double expected, double actual) { return std::fabs(expected - actual) <= 1e-14 * std::max(1.0, std::fabs(expected)); }
+// The real-number form keeps fifteen significant digits (and fifteen decimals below one);
+// infinities come back as themselves
+bool SameReal(double expected, double actual)
+{
+    return expected == actual || std::fabs(expected - actual) <= 1e-14 * std::max(1.0, std::fabs(expected));
+}
 
 // Writes theme, reads the text into read, and checks that read writes the very same text
 template <class Theme>

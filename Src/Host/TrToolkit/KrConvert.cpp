@@ -1,7 +1,6 @@
 #include "KrConvert.h"
 
 #include <climits>
-#include <cmath>
 #include <cwchar>
 #include <cwctype>
 
@@ -28,13 +27,12 @@ double kratof(const BSX::BsxUnicodeString& text)
 {
     const wchar_t* p = text.Cstr();
     while (std::iswspace(static_cast<wint_t>(*p))) ++p;
-    // Only decimal notation: "nan", "inf" and hexadecimal floats are not numbers here
+    // The C library's reading, "inf", "infinity" and "nan" included, except hexadecimal floats,
+    // which are not numbers here ("0x10" is 0)
     const wchar_t* q = p;
     if (*q == L'+' || *q == L'-') ++q;
-    if (!((*q >= L'0' && *q <= L'9') || (*q == L'.' && q[1] >= L'0' && q[1] <= L'9'))) return 0.0;
     if (*q == L'0' && (q[1] == L'x' || q[1] == L'X')) return 0.0;
-    double v = std::wcstod(p, nullptr);
-    return std::isnan(v) ? 0.0 : v;
+    return std::wcstod(p, nullptr);
 }
 
 bool NumberToString(int value, BSX::BsxUnicodeString& text)
