@@ -18,6 +18,7 @@
 #include "DemoPlugin.h"
 #include "DemoProgress.h"
 #include "DemoScene.h"
+#include "DemoTiler.h"
 #include "KrTextStyle.h"
 
 namespace KRN {
@@ -281,6 +282,9 @@ int DemoApp::Run(const DemoOptions& options)
     std::printf("plug-in %s: \"%s\", kinds", options.pluginPath.c_str(), factory.GetName().ToUtf8().c_str());
     for (int k : kinds) std::printf(" %d (%s)", k, DemoThemeBuilder::KindName(k));
     std::printf("\n");
+
+    // Tiles never hold the layer: the tiler reads it itself, tile by tile
+    if (options.tiles) return DemoTiler::Run(options, factory);
 
     auto started = Clock::now();
     DemoLayer layer;

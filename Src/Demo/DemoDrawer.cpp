@@ -268,9 +268,10 @@ void DemoDrawer::DrawGraph(const DemoFeature& f, size_t i, DemoDrawnFeature& out
     }
 }
 
-void DemoDrawer::Draw(size_t i, DemoDrawnFeature& out)
+void DemoDrawer::Draw(size_t i, DemoDrawnFeature& out) { Draw(m_layer.features[i], i, out); }
+
+void DemoDrawer::Draw(const DemoFeature& f, size_t i, DemoDrawnFeature& out)
 {
-    const DemoFeature& f = m_layer.features[i];
     out.drawn = true;
     out.style = &m_neutral;
     out.legendEntry = -1;

@@ -57,6 +57,9 @@ public:
     bool Prepare(std::string& error);
     // The theme's answer for feature i (reusing out's storage); counts it in the legend
     void Draw(size_t i, DemoDrawnFeature& out);
+    // The same for a feature held outside the layer; key stands for its position in the layer
+    // (array chart series are keyed by it)
+    void Draw(const DemoFeature& f, size_t key, DemoDrawnFeature& out);
 
     // The expressions the theme asked to query, in its order
     const std::vector<std::string>& GetQueryFields() const { return m_queryFields; }

@@ -208,6 +208,22 @@ bool PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& d
 
 } // namespace
 
+DemoFieldKind DemoLayerReader::KindOfField(OGRFieldType type) { return KindOf(type); }
+
+void DemoLayerReader::ReadRecord(OGRFeatureH of, const std::vector<DemoField>& fields,
+                                 const std::vector<BSX::BsxUnicodeString>& names,
+                                 OGRCoordinateTransformationH toWgs84, DemoFeature& df)
+{
+    df.feature = std::make_unique<KrFeature>();
+    df.parts.clear();
+    for (size_t i = 0; i < fields.size(); ++i) df.feature->SetField(names[i], ReadValue(of, static_cast<int>(i), fields[i].kind));
+    OGRGeometryH g = OGR_F_GetGeometryRef(of);
+    if (g && toWgs84) OGR_G_Transform(g, toWgs84);
+    df.geometryType = CollectParts(g, df.parts);
+    df.hasAnchor = Anchor(g, df.anchor);
+    df.feature->SetGeometry(new KrGeometry(df.geometryType));
+}
+
 bool DemoLayerReader::Read(const std::string& path, const std::string& layerName, const DemoReadOptions& options,
                            DemoLayer& layer, std::string& error)
 {

@@ -1,6 +1,10 @@
 #pragma once
 // Reads a vector layer of any format GDAL/OGR knows into a DemoLayer.
 #include <string>
+#include <vector>
+
+#include <ogr_api.h>
+#include <ogr_srs_api.h>
 
 #include "DemoLayer.h"
 
@@ -15,6 +19,15 @@ struct DemoReadOptions {
 
 class DemoLayerReader {
 public:
+    // The demo's kind of an OGR field type
+    static DemoFieldKind KindOfField(OGRFieldType type);
+    // One OGR record as the demo holds it: the attributes of the given fields (names are the
+    // fields' names as host strings), the geometry in WGS84 (transformed when toWgs84 is set),
+    // its host code and its anchor
+    static void ReadRecord(OGRFeatureH record, const std::vector<DemoField>& fields,
+                           const std::vector<BSX::BsxUnicodeString>& names, OGRCoordinateTransformationH toWgs84,
+                           DemoFeature& feature);
+
     // Reads the layer of that name (the first layer when empty) of the data set at path.
     // False with a message in error, carrying GDAL's reason, when the file cannot be opened,
     // has no such layer, holds no features, has no geometry to draw, or GDAL reports an error

@@ -87,6 +87,9 @@ std::string DemoOptions::Usage()
            "  --lenient            skip features GDAL cannot read (reported) instead of failing\n"
            "  --height-scale X     multiplies every height the theme gives (default 1)\n"
            "  --no-progress        no progress bar\n"
+           "  --tiles              write a 3D Tiles tileset per theme (OUT/NAME/tileset.json) instead of one scene\n"
+           "  --threads N          threads drawing tiles (default: one per core)\n"
+           "  --tile-features N    most features in one tile content (default 8192)\n"
            "theme (one; without any, all five kinds run on the built-in data):\n"
            "  --theme FILE         a saved theme document (tdx:Theme3D)\n"
            "  --unique FIELD       unique values of a field\n"
@@ -128,6 +131,15 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             help = true;
         } else if (arg == "--no-progress") {
             progress = false;
+        } else if (arg == "--tiles") {
+            tiles = true;
+        } else if (arg == "--threads" || arg == "--tile-features") {
+            int n = 0;
+            if (!value(v) || !ParseInt(v, n) || n < (arg == "--threads" ? 1 : 16) || n > 1 << 20) {
+                error = arg + (arg == "--threads" ? " needs a whole number of 1 or more" : " needs a whole number from 16 to 1048576");
+                return false;
+            }
+            (arg == "--threads" ? threads : tileFeatures) = n;
         } else if (arg == "--plugin") {
             if (!value(pluginPath)) return false;
         } else if (arg == "--data") {

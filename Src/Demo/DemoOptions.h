@@ -28,6 +28,11 @@ struct DemoOptions {
     DemoReadOptions read;
     bool progress = true;
     bool help = false;
+    // Tiled output: a tileset per theme, drawn by this many threads (0: one per core), with at
+    // most tileFeatures features per tile content
+    bool tiles = false;
+    int threads = 0;
+    int tileFeatures = 8192;
     std::vector<DemoRun> runs;
 
     // Parses argv; false with a message on a bad option. With no theme option the runs are the

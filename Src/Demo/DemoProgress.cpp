@@ -28,6 +28,12 @@ void DemoProgress::Update(size_t done)
     Draw(done);
 }
 
+void DemoProgress::Update(size_t done, const std::string& note)
+{
+    m_note = note;
+    Update(done);
+}
+
 void DemoProgress::Finish()
 {
     if (!m_active) return;
@@ -44,6 +50,7 @@ void DemoProgress::Draw(size_t done)
     std::printf("\r  %-8s [", m_label.c_str());
     for (int i = 0; i < kWidth; ++i) std::putchar(i < filled ? '#' : '.');
     std::printf("] %3d%% %zu/%zu", static_cast<int>(share * 100.0), done, m_total);
+    if (!m_note.empty()) std::printf(" %s  ", m_note.c_str());
     std::fflush(stdout);
 }
 

@@ -18,11 +18,14 @@ public:
 
     // Reports that done of total items are finished (redraws at most a few times a second)
     void Update(size_t done);
+    // The same with a note after the count (such as the tiles done)
+    void Update(size_t done, const std::string& note);
     void Finish();
 
 private:
     void Draw(size_t done);
     std::string m_label;
+    std::string m_note;
     size_t m_total;
     bool m_active;
     std::chrono::steady_clock::time_point m_last;

@@ -38,7 +38,8 @@ struct GeosContext {
 
 GEOSContextHandle_t Geos()
 {
-    static GeosContext context;
+    // A GEOS context serves one thread at a time; tiles are drawn by several
+    thread_local GeosContext context;
     return context.handle;
 }
 

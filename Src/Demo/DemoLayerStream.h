@@ -1,0 +1,50 @@
+#pragma once
+// A vector layer read one feature at a time with GDAL/OGR, so that a layer of any size can be
+// drawn without holding it: optionally only the features whose extent meets a rectangle, or
+// only those whose identifier lies in a span. Each stream owns its own data set handle, so one
+// stream per thread reads the same file in parallel.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DemoLayer.h"
+
+namespace KRN {
+
+class DemoLayerStream {
+public:
+    DemoLayerStream();
+    ~DemoLayerStream();
+    DemoLayerStream(const DemoLayerStream&) = delete;
+    DemoLayerStream& operator=(const DemoLayerStream&) = delete;
+
+    // Opens the layer of that name (the first when empty); false with a message otherwise
+    bool Open(const std::string& path, const std::string& layerName, std::string& error);
+    const std::string& GetName() const { return m_name; }
+    const std::vector<DemoField>& GetFields() const { return m_fields; }
+    // The number of features the source reports, -1 when it cannot tell without reading
+    long long CountHint() const;
+
+    // The layer's extent in WGS84 degrees; false when the layer cannot tell
+    bool GetExtent(double& west, double& south, double& east, double& north) const;
+
+    // Restarts reading over every feature
+    void Reset();
+    // Restarts reading over the features whose extent meets the rectangle (degrees, WGS84);
+    // the source may hand a few more, never fewer
+    void ResetInside(double west, double south, double east, double north);
+    // Restarts reading over the features with first <= identifier < last; false when the source
+    // cannot select by identifier
+    bool ResetSpan(long long first, long long last);
+    // The next feature (geometry in WGS84 degrees, anchor, attributes); false at the end.
+    // fid is the source's identifier of the feature.
+    bool Next(DemoFeature& feature, long long& fid);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+    std::string m_name;
+    std::vector<DemoField> m_fields;
+};
+
+} // namespace KRN

@@ -1,0 +1,68 @@
+#pragma once
+// The quadtree of a tiled layer: the layer's extent cut in four again and again until every
+// tile holds at most a given number of features. A feature belongs to the one tile whose
+// rectangle holds its anchor. Features are counted on a fixed grid first, so that building the
+// tree takes memory that depends on the grid alone, never on the layer.
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace KRN {
+
+struct DemoTileNode {
+    int level = 0;
+    std::uint32_t x = 0, y = 0;
+    // Features whose anchor lies in the node's rectangle
+    std::uint64_t count = 0;
+    int parent = -1;
+    // Children present (empty quarters have none), in the order south-west, south-east,
+    // north-west, north-east
+    std::vector<int> children;
+    bool IsLeaf() const { return children.empty(); }
+};
+
+class DemoTileTree {
+public:
+    // The deepest level: 2^10 x 2^10 grid cells (4 MiB of counts)
+    static constexpr int kGridLevel = 10;
+
+    // Degrees; a zero-width or zero-height extent is widened a little so that cells have a size
+    void SetExtent(double west, double south, double east, double north);
+    // west, south, east, north in degrees
+    std::array<double, 4> GetExtent() const { return {m_west, m_south, m_east, m_north}; }
+
+    // Counts a feature anchored at lon/lat (points outside the extent go to its edge cells)
+    void Count(double lon, double lat);
+    // Adds the counts of a tree over the same extent
+    void Merge(const DemoTileTree& other);
+    std::uint64_t GetTotal() const { return m_total; }
+
+    // Builds the nodes from the counts: a node with more than capacity features is split
+    // unless it is at the deepest level. Nodes come depth-first (a parent before its children,
+    // children in their order), the root first; a layer without features has no node.
+    void Build(std::uint64_t capacity);
+    const std::vector<DemoTileNode>& GetNodes() const { return m_nodes; }
+    // Leaves in depth-first order: neighbours in the list are neighbours on the ground
+    std::vector<int> GetLeaves() const;
+    int GetDepth() const;
+
+    // Whether the node's rectangle holds lon/lat, by the same cell rule as Count
+    bool Contains(const DemoTileNode& node, double lon, double lat) const;
+    // The node's rectangle: west, south, east, north in degrees
+    std::array<double, 4> GetRect(const DemoTileNode& node) const;
+    // "level_x_y", unique per node
+    static std::string Name(const DemoTileNode& node);
+
+private:
+    void Cell(double lon, double lat, std::uint32_t& cx, std::uint32_t& cy) const;
+    void Grow(int level, std::uint32_t x, std::uint32_t y, int parent, std::uint64_t capacity,
+              const std::vector<std::vector<std::uint64_t>>& pyramid);
+
+    double m_west = 0.0, m_south = 0.0, m_east = 1.0, m_north = 1.0;
+    std::vector<std::uint32_t> m_grid;
+    std::uint64_t m_total = 0;
+    std::vector<DemoTileNode> m_nodes;
+};
+
+} // namespace KRN
