@@ -1,0 +1,189 @@
+// What a 3D Tiles client relies on in the tilesets the demo host writes: the document's rules
+// (version, regions in radians and metres nested parent over child, geometric errors falling to
+// zero at the leaves, every content present and none left over), the same bytes whatever the
+// number of threads, and no document that names missing tiles after a failed or stopped run.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+namespace {
+
+const std::string kTiles = T3D_TILES_DIR;
+constexpr double kPi = 3.14159265358979323846;
+// Largest content the tiler writes (16 MiB of vertices) and room for its header and document
+constexpr std::uintmax_t kMaxContent = (16u << 20) + (1u << 20);
+
+std::string ReadBytes(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+struct Walk {
+    fs::path dir;
+    std::set<std::string> uris;
+    int tiles = 0, depth = 0;
+};
+
+// Checks one tile and its subtree against the parent's region and error
+void CheckTile(const json& tile, const json* parent, int level, Walk& walk)
+{
+    SCOPED_TRACE("tile at level " + std::to_string(level));
+    ++walk.tiles;
+    walk.depth = std::max(walk.depth, level + 1);
+    ASSERT_TRUE(tile.contains("boundingVolume") && tile["boundingVolume"].contains("region"));
+    const json& r = tile["boundingVolume"]["region"];
+    ASSERT_EQ(r.size(), 6u);
+    EXPECT_TRUE(-kPi <= r[0] && r[0] <= r[2] && r[2] <= kPi) << r.dump();
+    EXPECT_TRUE(-kPi / 2 <= r[1] && r[1] <= r[3] && r[3] <= kPi / 2) << r.dump();
+    EXPECT_TRUE(-1000.0 <= r[4] && r[4] <= r[5] && r[5] <= 1e6) << r.dump();
+    const double error = tile.at("geometricError");
+    EXPECT_GE(error, 0.0);
+    const std::string refine = tile.value("refine", parent ? (*parent).value("refine", "") : "");
+    EXPECT_TRUE(refine == "REPLACE" || refine == "ADD");
+    if (parent) {
+        const json& p = (*parent)["boundingVolume"]["region"];
+        for (int k : {0, 1, 4}) EXPECT_LE(p[k].get<double>(), r[k].get<double>()) << "child region leaves its parent's";
+        for (int k : {2, 3, 5}) EXPECT_GE(p[k].get<double>(), r[k].get<double>()) << "child region leaves its parent's";
+        EXPECT_LE(error, (*parent)["geometricError"].get<double>());
+    }
+    const bool leaf = !tile.contains("children") || tile["children"].empty();
+    if (leaf && refine == "REPLACE") {
+        EXPECT_EQ(error, 0.0);
+    } else if (!leaf) {
+        EXPECT_GT(error, 0.0);
+    }
+    std::vector<json> contents;
+    if (tile.contains("content")) contents.push_back(tile["content"]);
+    if (tile.contains("contents")) contents.insert(contents.end(), tile["contents"].begin(), tile["contents"].end());
+    for (const json& c : contents) {
+        const std::string uri = c.at("uri");
+        EXPECT_TRUE(walk.uris.insert(uri).second) << uri << " named twice";
+        const fs::path file = walk.dir / uri;
+        ASSERT_TRUE(fs::is_regular_file(file)) << uri;
+        const std::string bytes = ReadBytes(file);
+        ASSERT_GE(bytes.size(), 12u);
+        std::uint32_t header[3];
+        std::memcpy(header, bytes.data(), sizeof header);
+        EXPECT_EQ(header[0], 0x46546C67u) << uri;
+        EXPECT_EQ(header[2], bytes.size()) << uri;
+        EXPECT_LE(bytes.size(), kMaxContent) << uri;
+    }
+    if (!leaf) {
+        for (const json& child : tile["children"]) CheckTile(child, &tile, level + 1, walk);
+    }
+}
+
+TEST(Tileset, DocumentKeepsTheRulesAndNamesEveryTileOnce)
+{
+    Walk walk;
+    walk.dir = kTiles + "/threads1/range";
+    const json doc = json::parse(ReadBytes(walk.dir / "tileset.json"), nullptr, false);
+    ASSERT_TRUE(doc.is_object());
+    EXPECT_EQ(doc["asset"]["version"], "1.1");
+    ASSERT_TRUE(doc.contains("root"));
+    EXPECT_GE(doc["geometricError"].get<double>(), doc["root"]["geometricError"].get<double>());
+    CheckTile(doc["root"], nullptr, 0, walk);
+    // A layer of this size needs several levels; each content is a file and no file is orphaned
+    EXPECT_GE(walk.depth, 3);
+    size_t files = 0;
+    for (const auto& e : fs::directory_iterator(walk.dir / "tiles")) {
+        ++files;
+        EXPECT_EQ(walk.uris.count("tiles/" + e.path().filename().string()), 1u) << e.path() << " is named by no tile";
+    }
+    EXPECT_EQ(files, walk.uris.size());
+    std::printf("%d tiles, depth %d, %zu contents\n", walk.tiles, walk.depth, walk.uris.size());
+}
+
+TEST(Tileset, ThreadCountChangesNoByte)
+{
+    const fs::path one = kTiles + "/threads1", three = kTiles + "/threads3";
+    size_t files = 0;
+    for (const auto& e : fs::recursive_directory_iterator(one)) {
+        if (!e.is_regular_file()) continue;
+        const fs::path other = three / fs::relative(e.path(), one);
+        ASSERT_TRUE(fs::exists(other)) << other;
+        EXPECT_TRUE(ReadBytes(e.path()) == ReadBytes(other)) << e.path() << " differs between 1 and 3 threads";
+        ++files;
+    }
+    size_t otherFiles = 0;
+    for (const auto& e : fs::recursive_directory_iterator(three)) otherFiles += e.is_regular_file() ? 1 : 0;
+    EXPECT_EQ(files, otherFiles);
+    EXPECT_GT(files, 10u);
+}
+
+// Runs the demo host; stops it with SIGINT after the delay when one is given. Answers its exit
+// status, 128 + signal when a signal ended it.
+int RunDemo(const std::string& args, int stopAfterMs = -1)
+{
+    const std::string command = std::string("exec env ") + T3D_DEMO_ENV + " " + T3D_DEMO_EXE + " --tiles --no-progress " +
+                                args + " >/dev/null 2>&1";
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    if (stopAfterMs >= 0) {
+        usleep(static_cast<useconds_t>(stopAfterMs) * 1000);
+        kill(pid, SIGINT);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+size_t CountEnding(const fs::path& dir, const std::string& end)
+{
+    size_t n = 0;
+    if (!fs::is_directory(dir)) return 0;
+    for (const auto& e : fs::directory_iterator(dir)) {
+        const std::string name = e.path().filename().string();
+        n += name.size() >= end.size() && name.compare(name.size() - end.size(), end.size(), end) == 0;
+    }
+    return n;
+}
+
+TEST(Tileset, FailedOrStoppedRunLeavesNoDocumentNamingMissingTiles)
+{
+    const fs::path out = kTiles + "/faults";
+    fs::remove_all(out);
+    const std::string countries = "--range pop_est --tile-features 16 --name r --out " + out.string();
+    ASSERT_EQ(RunDemo(countries), 0);
+    ASSERT_TRUE(fs::exists(out / "r/tileset.json"));
+
+    // The root tile is written last: blocking its file fails the run after every leaf is done
+    fs::create_directories(out / "r/tiles/0_0_0_0.glb.part/held");
+    EXPECT_EQ(RunDemo(countries), 3);
+    EXPECT_FALSE(fs::exists(out / "r/tileset.json"));
+    EXPECT_EQ(CountEnding(out / "r/tiles", ".glb"), 0u) << "the tiles of the failed run stay behind";
+    fs::remove_all(out / "r/tiles/0_0_0_0.glb.part");
+
+    // Stopped while drawing the buildings, after a complete tileset of the countries stood there
+    ASSERT_EQ(RunDemo(countries), 0);
+    const std::string buildings = "--range height --tile-features 1024 --threads 2 --name r --out " + out.string() +
+                                  " --data " + kTiles + "/buildings.gpkg";
+    const int status = RunDemo(buildings, 1500);
+    if (status == 0) {
+        GTEST_SKIP() << "the run ended before it could be stopped";
+    }
+    EXPECT_EQ(status, 130);
+    EXPECT_FALSE(fs::exists(out / "r/tileset.json"));
+    EXPECT_EQ(CountEnding(out / "r/tiles", ".glb") + CountEnding(out / "r/tiles", ".part"), 0u);
+}
+
+} // namespace
