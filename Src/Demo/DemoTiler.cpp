@@ -188,17 +188,20 @@ bool MakeFolder(const std::string& dir, std::string& error)
     return true;
 }
 
-// Removes the files of a folder whose names end so (what an earlier run or this one wrote)
-void RemoveEnding(const std::string& dir, const std::vector<std::string>& endings)
+// Removes what a run of the tiler leaves in a tiles folder: tiles, label lists, and the hidden
+// temporary files of a run that was killed
+void RemoveTiles(const std::string& dir)
 {
     DIR* d = opendir(dir.c_str());
     if (!d) return;
     std::vector<std::string> doomed;
+    auto ends = [](const std::string& name, const std::string& end) {
+        return name.size() > end.size() && name.compare(name.size() - end.size(), end.size(), end) == 0;
+    };
     while (dirent* e = readdir(d)) {
         const std::string name = e->d_name;
-        for (const std::string& end : endings) {
-            if (name.size() > end.size() && name.compare(name.size() - end.size(), end.size(), end) == 0) doomed.push_back(name);
-        }
+        if (name == "." || name == "..") continue;
+        if (name[0] == '.' || ends(name, ".glb") || ends(name, ".labels.json")) doomed.push_back(name);
     }
     closedir(d);
     for (const std::string& name : doomed) std::remove((dir + "/" + name).c_str());
@@ -645,7 +648,6 @@ bool TreeRun::DrawNode(Worker& worker, int index, std::string& error)
 void RemoveAll(const std::vector<std::string>& files, const std::string& tilesDir)
 {
     for (const std::string& f : files) std::remove(f.c_str());
-    RemoveEnding(tilesDir, {".part"});
     rmdir(tilesDir.c_str());
 }
 
@@ -684,7 +686,7 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
         std::fprintf(stderr, "t3d_demo: %s\n", error.empty() ? ("cannot replace '" + tilesetPath + "'").c_str() : error.c_str());
         return 3;
     }
-    RemoveEnding(tilesDir, {".glb", ".labels.json", ".part"});
+    RemoveTiles(tilesDir);
     const bool labels = master->GetType() == KrTheme3D::Theme3DLabel;
     TreeRun drawing(options, run, tree, dir, labels);
     const bool drawn = drawing.Draw(workers, error);

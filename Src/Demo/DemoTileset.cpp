@@ -1,14 +1,12 @@
 #include "DemoTileset.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "DemoJson.h"
+#include "DemoOutput.h"
 
 namespace KRN {
 
@@ -116,33 +114,19 @@ std::string DemoTileset::Json(const DemoTileTree& tree, const std::vector<DemoTi
 bool DemoTileset::WriteAtomically(const std::string& path, const void* data, size_t size, bool durable,
                                   std::string& error)
 {
-    const std::string temp = path + ".part";
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        error = "cannot write '" + temp + "': " + std::strerror(errno);
-        return false;
+    DemoOutputFile file(path);
+    if (!file.Open(error) || !file.Write(data, size, error) || !file.Close(error)) return false;
+    if (durable) {
+        // The rename must not reach the disk before these bytes and the tiles written before do
+        const size_t slash = path.find_last_of('/');
+        const std::string dir = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+        const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (fd >= 0) {
+            ::syncfs(fd);
+            ::close(fd);
+        }
     }
-    const auto* p = static_cast<const char*>(data);
-    size_t done = 0;
-    while (done < size) {
-        const ssize_t n = ::write(fd, p + done, size - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        done += static_cast<size_t>(n);
-    }
-    const int writeErrno = done == size ? 0 : errno;
-    // The rename must not reach the disk before the bytes (and the tiles written before) do
-    if (durable && done == size) ::syncfs(fd);
-    const bool synced = done == size && (!durable || ::fsync(fd) == 0);
-    const int syncErrno = errno;
-    ::close(fd);
-    if (!synced || std::rename(temp.c_str(), path.c_str()) != 0) {
-        const int e = done != size ? writeErrno : !synced ? syncErrno : errno;
-        error = "cannot write '" + path + "': " + std::strerror(e ? e : EIO);
-        std::remove(temp.c_str());
-        return false;
-    }
-    return true;
+    return file.Commit(error);
 }
 
 } // namespace KRN
