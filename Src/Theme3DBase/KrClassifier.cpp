@@ -11,7 +11,6 @@ namespace KRN {
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 // Head/tail: the values at or above the mean keep being split while they are a minority
 constexpr double kHeadShare = 0.4;
 // Geometric intervals: the widest class at most this many times the narrowest, searched on a
