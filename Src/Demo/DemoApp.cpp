@@ -20,6 +20,7 @@
 #include "DemoScene.h"
 #include "DemoTiler.h"
 #include "KrTextStyle.h"
+#include "KrTheme3DGraph.h"
 
 namespace KRN {
 
@@ -71,10 +72,20 @@ std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDra
     if (run.request.kind == KrTheme3D::Theme3DUnique) {
         j.Key("classLimit").Integer(run.request.maxClasses).Key("distinctValues").Integer(report.distinctValues);
     }
+    if (theme.GetType() == KrTheme3D::Theme3DGraph) {
+        const auto& graph = static_cast<const KrTheme3DGraph&>(theme);
+        j.Key("seriesScale").String(drawer.IsSeriesIndependent() ? "independent" : "shared");
+        j.Key("barWidth").Number(graph.GetBarWidth());
+        j.Key("sizeRange").BeginArray().Number(graph.GetMinSumSize()).Number(graph.GetMaxSumSize()).EndArray();
+    } else if (theme.GetType() == KrTheme3D::Theme3DCustom || run.request.kind == 0) {
+        // Heights that fields or styles give, in metres per unit of their value
+        j.Key("heightScale").Number(run.heightScale);
+    }
     j.Key("entries").BeginArray();
     for (const DemoLegendEntry& e : drawer.GetLegend()) {
         j.BeginObject().Key("caption").String(e.caption).Key("role").String(e.role);
         if (!e.value.empty()) j.Key("value").String(e.value);
+        if (e.metresPerUnit > 0.0) j.Key("metresPerUnit").Number(e.metresPerUnit);
         if (e.hasLow) j.Key("low").Number(e.low);
         if (e.hasHigh) j.Key("high").Number(e.high);
         Colour(j, e.colour);
@@ -156,13 +167,22 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     times.build = Ms(started);
 
     started = Clock::now();
+    const bool chart = theme->GetType() == KrTheme3D::Theme3DGraph;
+    const DemoChartScale& cs = run.chartScale;
+    if (!chart && (cs.series != DemoChartScale::Series::Auto || cs.barWidth > 0.0 || cs.sizeMax > 0.0)) {
+        std::fprintf(stderr, "t3d_demo: the chart options have no effect on the %s theme of '%s'\n",
+                     DemoThemeBuilder::KindName(theme->GetType()), run.request.themeFile.c_str());
+        return 2;
+    }
     DemoDrawer drawer(*theme, layer);
+    drawer.SetChartScale(run.chartScale);
     if (!drawer.Prepare(error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
     }
     DemoScene scene;
-    scene.SetHeightScale(run.heightScale);
+    // Charts come out of the drawer in metres already
+    scene.SetHeightScale(chart ? 1.0 : run.heightScale);
     const int idField = options.idField.empty() ? -1 : layer.FindField(options.idField);
     const BSX::BsxUnicodeString idName = BSX::BsxUnicodeString::FromUtf8(options.idField);
     DemoJson labels, perFeature;

@@ -76,25 +76,73 @@ bool DemoDrawer::CheckQueryField(const BSX::BsxUnicodeString& query, std::string
 bool DemoDrawer::PrepareGraph(std::string& error)
 {
     auto& graph = static_cast<KrTheme3DGraph&>(m_theme);
-    // The layer's smallest and largest chart totals over the field series; the theme adds
-    // the extremes of its array series itself
     const int count = graph.GetCount();
     std::vector<BSX::BsxUnicodeString> expressions;
     for (int i = 0; i < count; ++i) expressions.push_back(graph.GetExpressionAt(i));
+    auto valueOf = [](const DemoFeature& f, const BSX::BsxUnicodeString& e, double& d) {
+        BSX::BsxVariant v;
+        return !e.IsEmpty() && f.feature->GetValue(e, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d);
+    };
+    const DemoChartScale& scale = m_chartScale;
+    const bool apply = !scale.fromDocument || scale.Changes();
+    m_independent = scale.series == DemoChartScale::Series::Independent ||
+                    (scale.series == DemoChartScale::Series::Auto && !scale.fromDocument &&
+                     graph.GetGraphType() == KrTheme3DGraph::GraphBar);
+    // Each series' largest value, the unit it is measured in when series are independent
+    m_seriesFactors.assign(static_cast<size_t>(count), 1.0);
+    if (m_independent) {
+        std::vector<double> largest(static_cast<size_t>(count), 0.0);
+        for (const DemoFeature& f : m_layer.features) {
+            for (size_t k = 0; k < expressions.size(); ++k) {
+                double d = 0.0;
+                if (valueOf(f, expressions[k], d)) largest[k] = std::max(largest[k], d);
+            }
+        }
+        for (size_t k = 0; k < largest.size(); ++k) {
+            if (largest[k] > 0.0 && std::isfinite(1.0 / largest[k])) m_seriesFactors[k] = 1.0 / largest[k];
+        }
+    }
+    // The layer's smallest and largest chart totals over the field series, and its tallest single
+    // value; the theme adds the extremes of its array series itself
     double minSum = std::numeric_limits<double>::infinity();
-    double maxSum = -minSum;
+    double maxSum = -minSum, maxValue = 0.0;
     for (const DemoFeature& f : m_layer.features) {
         double sum = 0.0;
-        for (const auto& e : expressions) {
-            BSX::BsxVariant v;
+        for (size_t k = 0; k < expressions.size(); ++k) {
             double d = 0.0;
-            if (!e.IsEmpty() && f.feature->GetValue(e, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d)) sum += d;
+            if (!valueOf(f, expressions[k], d)) continue;
+            d *= m_seriesFactors[k];
+            sum += d;
+            maxValue = std::max(maxValue, d);
         }
         minSum = std::min(minSum, sum);
         maxSum = std::max(maxSum, sum);
     }
     if (m_layer.features.empty()) minSum = maxSum = 0.0;
     const int features = static_cast<int>(std::min<size_t>(m_layer.features.size(), std::numeric_limits<int>::max()));
+    m_seriesMetres.assign(static_cast<size_t>(count), 0.0);
+    if (apply) {
+        if (scale.barWidth > 0.0) graph.SetBarWidth(scale.barWidth);
+        if (scale.sizeMax > 0.0) {
+            graph.SetMinSumSize(scale.sizeMin);
+            graph.SetMaxSumSize(scale.sizeMax);
+        } else {
+            // Heights proportional to the values: with linear grading, sizes of total x metres
+            // per unit at both ends make every solid value x metres per unit high
+            double metres = scale.metresPerUnit;
+            if (!(metres > 0.0)) {
+                const double side = std::sqrt(std::fabs(m_layer.bounds.Width() * m_layer.bounds.Height()) / 64800.0);
+                const double tallest = graph.GetGraphType() == KrTheme3DGraph::GraphBar ? maxValue : maxSum;
+                // The theme's own default height: a tenth of the Earth's radius, times the side
+                // of the layer's extent as a fraction of the globe's
+                metres = tallest > 0.0 ? side * 6378137.0 / 10.0 / tallest : 1.0;
+            }
+            graph.SetGraduatedMode(KrTheme3DGraph::GraduatedConstant);
+            graph.SetMinSumSize(std::max(0.0, minSum) * metres);
+            graph.SetMaxSumSize(std::max(0.0, maxSum) * metres);
+            for (size_t k = 0; k < m_seriesMetres.size(); ++k) m_seriesMetres[k] = metres * m_seriesFactors[k];
+        }
+    }
     graph.CalExtremumvValue(minSum, maxSum, m_layer.bounds, features, false);
     graph.PrepareTheme();
     graph.UpdateTheme();
@@ -212,6 +260,7 @@ void DemoDrawer::BuildLegend()
             e.caption = e.value;
             e.role = "series";
             e.colour = graph.GetStyleAt(i).GetFillColor();
+            if (static_cast<size_t>(i) < m_seriesMetres.size()) e.metresPerUnit = m_seriesMetres[static_cast<size_t>(i)];
             m_legend.push_back(e);
         }
     } else if (m_kind == KrTheme3D::Theme3DCustom) {
@@ -257,15 +306,17 @@ void DemoDrawer::DrawGraph(const DemoFeature& f, size_t i, DemoDrawnFeature& out
             if (!m_seriesExpressions[k].IsEmpty() && f.feature->GetValue(m_seriesExpressions[k], v)) {
                 if (!KrTheme3D::Variant2Double(v, value) || !std::isfinite(value)) value = 0.0;
             }
+            if (k < m_seriesFactors.size()) value *= m_seriesFactors[k];
         }
         m_values[k] = value;
     }
+    // A series counts where it has a positive value: the theme skips the others (and overwrites
+    // them with its replacement value, so they are counted before)
+    for (size_t k = 0; k < items && k < m_legend.size(); ++k) {
+        if (m_values[k] > 0.0) ++m_legend[k].count;
+    }
     const BSX::BsxPoint3D at(f.anchor.x, f.anchor.y, 0.0);
     out.chart.reset(m_theme.ConvertToGeometry(m_values.data(), static_cast<unsigned int>(items), at));
-    // The theme may have replaced non-positive values; a series counts where it drew something
-    for (size_t k = 0; k < items && k < m_legend.size(); ++k) {
-        if (m_values[k] > 0.001) ++m_legend[k].count;
-    }
 }
 
 void DemoDrawer::Draw(size_t i, DemoDrawnFeature& out) { Draw(m_layer.features[i], i, out); }

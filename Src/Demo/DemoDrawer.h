@@ -30,6 +30,30 @@ struct DemoDrawnFeature {
     std::unique_ptr<KrGeometry> chart;
 };
 
+// How chart values become solids
+struct DemoChartScale {
+    enum class Series { Auto, Independent, Shared };
+    // Independent: each series is measured against its own largest value, so that series of
+    // different magnitudes (people, dollars) stand side by side; shared: one scale for all.
+    // Auto is independent for bars built here and shared for stacks, pies and saved documents.
+    Series series = Series::Auto;
+    // Metres of chart height per unit of the value, the same for every series; 0 chooses the one
+    // that raises the tallest chart to the theme's default height
+    double metresPerUnit = 0.0;
+    // Bar width (the bars' diameter) in metres; 0 keeps the theme's or its default
+    double barWidth = 0.0;
+    // Heights in metres of the smallest and largest chart total, interpolated between (instead
+    // of heights proportional to the values); unused while sizeMax is 0
+    double sizeMin = 0.0, sizeMax = 0.0;
+    // The theme came from a saved document: unless an option says otherwise its own sizes stand
+    bool fromDocument = false;
+
+    bool Changes() const
+    {
+        return series != Series::Auto || metresPerUnit > 0.0 || barWidth > 0.0 || sizeMax > 0.0;
+    }
+};
+
 // One line of the legend
 struct DemoLegendEntry {
     std::string caption;
@@ -43,6 +67,8 @@ struct DemoLegendEntry {
     double low = 0.0, high = 0.0;
     KrColorValue3D colour;
     size_t count = 0;
+    // Chart series: metres of height per unit of the series' value (0 when not proportional)
+    double metresPerUnit = 0.0;
 };
 
 class DemoDrawer {
@@ -52,6 +78,10 @@ public:
     DemoDrawer(const DemoDrawer&) = delete;
     DemoDrawer& operator=(const DemoDrawer&) = delete;
 
+    // Chart settings, before Prepare
+    void SetChartScale(const DemoChartScale& scale) { m_chartScale = scale; }
+    // Whether the chart series were scaled independently (after Prepare)
+    bool IsSeriesIndependent() const { return m_independent; }
     // Everything done once per layer: chart extremes and the refresh cycle for charts, the query
     // fields, the legend. False with a message when the theme asks for a field the layer lacks.
     bool Prepare(std::string& error);
@@ -91,6 +121,12 @@ private:
     std::vector<BSX::BsxUnicodeString> m_seriesExpressions;
     std::vector<int> m_seriesTypes;
     std::vector<double> m_values;
+    // Per series: the factor applied to its values before the theme sees them, and the metres
+    // per unit of its value that result (0 when heights are not proportional)
+    std::vector<double> m_seriesFactors;
+    std::vector<double> m_seriesMetres;
+    DemoChartScale m_chartScale;
+    bool m_independent = false;
 };
 
 } // namespace KRN

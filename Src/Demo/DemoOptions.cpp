@@ -4,6 +4,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <set>
 
 namespace KRN {
 
@@ -72,32 +73,98 @@ std::vector<DemoRun> Tour()
     return runs;
 }
 
+// Options that only some theme options use, with the kind codes they apply to (0: --theme)
+struct Scoped {
+    const char* option;
+    std::set<int> kinds;
+    const char* appliesTo;
+};
+
+const std::vector<Scoped>& ScopedOptions()
+{
+    static const std::vector<Scoped> options = {
+        {"--method", {2}, "--range"},
+        {"--classes", {2}, "--range"},
+        {"--interval", {2}, "--range with the fixed-interval method"},
+        {"--max-classes", {1}, "--unique"},
+        {"--format", {3}, "--label"},
+        {"--fields", {4}, "--chart"},
+        {"--series-scale", {0, 4}, "--chart and saved chart themes"},
+        {"--bar-width", {0, 4}, "--chart and saved chart themes"},
+        {"--size-range", {0, 4}, "--chart and saved chart themes"},
+        {"--height-scale", {0, 4, 5}, "--chart, --custom and saved themes"},
+        {"--name", {0, 1, 2, 3, 4, 5}, "a theme option"},
+    };
+    return options;
+}
+
+const char* KindOption(int kind)
+{
+    static const char* const names[] = {"--theme", "--unique", "--range", "--label", "--chart", "--custom"};
+    return kind >= 0 && kind <= 5 ? names[kind] : "the theme";
+}
+
+bool ParseRange(const std::string& text, double& low, double& high)
+{
+    const size_t comma = text.find(',');
+    return comma != std::string::npos && ParseDouble(text.substr(0, comma), low) &&
+           ParseDouble(text.substr(comma + 1), high) && low >= 0.0 && high > 0.0 && low <= high;
+}
+
 } // namespace
 
 std::string DemoOptions::Usage()
 {
+    std::string properties;
+    size_t line = 38;
+    for (const std::string& name : DemoThemeBuilder::CustomPropertyNames()) {
+        if (line + name.size() + 1 > 100) {
+            properties += "\n                      ";
+            line = 22;
+        }
+        properties += " " + name;
+        line += name.size() + 1;
+    }
     return "usage: t3d_demo [options] [theme]\n"
            "  --data FILE          vector data set (any format GDAL reads); default: the built-in countries\n"
            "  --layer NAME         layer of the data set (default: the first)\n"
+           "  --x-field F --y-field F   longitude and latitude fields of a layer without geometry\n"
+           "  --lenient            skip the features GDAL cannot read (and say how many) instead of failing\n"
            "  --plugin FILE        the theme plug-in TrTheme3DBase.t3d\n"
            "  --out DIR            output folder (default: t3d-demo-out)\n"
            "  --name NAME          base name of the output files (default: the theme kind)\n"
            "  --id FIELD           field naming the features in NAME.features.json\n"
-           "  --x-field F --y-field F   longitude and latitude fields of a layer without geometry\n"
-           "  --lenient            skip features GDAL cannot read (reported) instead of failing\n"
-           "  --height-scale X     multiplies every height the theme gives (default 1)\n"
+           "  --height-scale M     metres of height per unit of the value, stated in the legend: for the\n"
+           "                       custom theme's height fields, chart values (one scale for every series)\n"
+           "                       and the heights of a saved theme's styles (default 1; charts: automatic)\n"
            "  --no-progress        no progress bar\n"
            "  --tiles              write a 3D Tiles tileset per theme (OUT/NAME/tileset.json) instead of one scene\n"
            "  --threads N          threads drawing tiles (default: one per core)\n"
            "  --tile-features N    most features in one tile content (default 8192)\n"
            "theme (one; without any, all five kinds run on the built-in data):\n"
            "  --theme FILE         a saved theme document (tdx:Theme3D)\n"
-           "  --unique FIELD       unique values of a field\n"
+           "  --unique FIELD [--max-classes N]\n"
+           "                       unique values of a field; beyond N classes (default 1024) the least\n"
+           "                       frequent values are drawn as \"Other values\", with a warning\n"
            "  --range FIELD [--method 0-5] [--classes K] [--interval W]\n"
-           "                       ranges of a numeric field (method 4, quantiles, and 5 classes by default)\n"
-           "  --label FIELD [--format FMT]   labels with a number format such as .2f\n"
-           "  --chart bar|stacked|pie --fields A,B,...   charts of numeric fields\n"
-           "  --custom PROP=FIELD[,PROP=FIELD...]        custom style properties, e.g. ExtendHeight=pop_est\n";
+           "                       ranges of a numeric field (method 4, quantiles, and 5 classes by default;\n"
+           "                       --interval only with the fixed-interval method)\n"
+           "  --label FIELD [--format FMT]\n"
+           "                       labels; FMT is a C number format for real values, with or without '%':\n"
+           "                         .2f  fixed decimals      3.14159 -> 3.14\n"
+           "                         .3e  exponent            3.14159 -> 3.142e+00\n"
+           "                         .4g  significant digits  3.14159 -> 3.142\n"
+           "                       with optional flags and width (+.1f, 8.2f); whole numbers print in full\n"
+           "  --chart bar|stacked|pie --fields A,B,... [--series-scale independent|shared]\n"
+           "          [--bar-width M] [--size-range MIN,MAX]\n"
+           "                       charts of numeric fields. independent (default for bars) measures each\n"
+           "                       series against its own largest value; shared (default for stacks and\n"
+           "                       pies) uses one scale. --bar-width: bar diameter in metres; --size-range:\n"
+           "                       chart heights in metres for the smallest and largest total\n"
+           "  --custom PROP=FIELD[,PROP=FIELD...]\n"
+           "                       custom style properties from fields (or numbers), e.g. ExtendHeight=pop_est;\n"
+           "                       PROP is one of:" +
+           properties + "\n";
 }
 
 bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
@@ -107,6 +174,7 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
     double heightScale = 1.0;
     bool heightGiven = false;
     std::string name;
+    std::set<std::string> given;
     auto setKind = [&](int kind, const std::string& option) {
         if (themeGiven) {
             error = "only one theme option may be given (" + option + ")";
@@ -127,6 +195,7 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             return true;
         };
         std::string v;
+        if (arg.compare(0, 2, "--") == 0) given.insert(arg);
         if (arg == "--help" || arg == "-h") {
             help = true;
         } else if (arg == "--no-progress") {
@@ -209,6 +278,24 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
                 error = "--interval needs a number";
                 return false;
             }
+        } else if (arg == "--series-scale") {
+            if (!value(v)) return false;
+            if (v == "independent") run.chartScale.series = DemoChartScale::Series::Independent;
+            else if (v == "shared") run.chartScale.series = DemoChartScale::Series::Shared;
+            else {
+                error = "--series-scale takes independent or shared, not '" + v + "'";
+                return false;
+            }
+        } else if (arg == "--bar-width") {
+            if (!value(v) || !ParseDouble(v, run.chartScale.barWidth) || !(run.chartScale.barWidth > 0.0)) {
+                error = "--bar-width needs a number of metres above 0";
+                return false;
+            }
+        } else if (arg == "--size-range") {
+            if (!value(v) || !ParseRange(v, run.chartScale.sizeMin, run.chartScale.sizeMax)) {
+                error = "--size-range needs MIN,MAX in metres with 0 <= MIN <= MAX and MAX above 0";
+                return false;
+            }
         } else if (arg == "--max-classes") {
             if (!value(v) || !ParseInt(v, run.request.maxClasses) || run.request.maxClasses < 1) {
                 error = "--max-classes needs a whole number of at least 1";
@@ -228,6 +315,30 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
         error = "--x-field and --y-field go together";
         return false;
     }
+    // An option that would change nothing is refused rather than silently ignored
+    for (const Scoped& scoped : ScopedOptions()) {
+        if (!given.count(scoped.option)) continue;
+        // The tour draws a chart and a custom theme: a height scale is meaningful there
+        if (!themeGiven && std::string(scoped.option) == "--height-scale") continue;
+        if (!themeGiven || !scoped.kinds.count(run.request.kind)) {
+            error = std::string(scoped.option) + " has no effect " +
+                    (themeGiven ? std::string("with ") + KindOption(run.request.kind) : std::string("without a theme option")) +
+                    "; it applies to " + scoped.appliesTo;
+            return false;
+        }
+    }
+    if (given.count("--interval") && run.request.method != 5) {
+        error = "--interval has no effect with this --method; it sets the width of the fixed-interval method (5)";
+        return false;
+    }
+    if (given.count("--height-scale") && given.count("--size-range")) {
+        error = "--height-scale and --size-range both set chart heights; give one of them";
+        return false;
+    }
+    if (given.count("--height-scale") && run.chartScale.series == DemoChartScale::Series::Independent) {
+        error = "--height-scale sets one scale for every series; it cannot go with --series-scale independent";
+        return false;
+    }
     runs.clear();
     if (!themeGiven) {
         if (!dataPath.empty()) {
@@ -236,11 +347,16 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
         }
         runs = Tour();
         if (heightGiven) {
-            for (DemoRun& r : runs) r.heightScale *= heightScale;
+            // The same meaning in every run: metres per person and per chart unit alike
+            runs[3].chartScale.series = DemoChartScale::Series::Shared;
+            runs[3].chartScale.metresPerUnit = heightScale;
+            runs[4].heightScale = heightScale;
         }
         return true;
     }
     run.heightScale = heightScale;
+    if (heightGiven) run.chartScale.metresPerUnit = heightScale;
+    run.chartScale.fromDocument = run.request.kind == 0;
     run.name = name;
     runs.push_back(run);
     return true;

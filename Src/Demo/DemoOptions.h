@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "DemoDrawer.h"
 #include "DemoLayerReader.h"
 #include "DemoThemeBuilder.h"
 
@@ -12,8 +13,10 @@ namespace KRN {
 struct DemoRun {
     std::string name;
     DemoThemeRequest request;
-    // Multiplies every height the theme's styles and charts give
+    // Metres per unit of the value that drives a height: the custom theme's height fields, the
+    // heights a saved theme's styles give, chart values (where it sets chartScale.metresPerUnit)
     double heightScale = 1.0;
+    DemoChartScale chartScale;
 };
 
 struct DemoOptions {

@@ -171,6 +171,15 @@ bool BuildLabel(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DLabe
     theme.SetExpression(Wide(r.field));
     theme.SetLabel3DType(KrTheme3DLabel::Label3DText);
     if (!r.format.empty()) {
+        // One real conversion with optional flags, width and precision: anything else would
+        // print an unrelated argument or nothing at all
+        const std::string body = r.format[0] == '%' ? r.format.substr(1) : r.format;
+        const size_t conversion = body.find_first_not_of("-+ #0123456789.");
+        if (conversion == std::string::npos || conversion + 1 != body.size() ||
+            std::string("fFeEgGaA").find(body[conversion]) == std::string::npos) {
+            error = "the number format '" + r.format + "' is not one real conversion such as .2f, .3e or .4g";
+            return false;
+        }
         theme.SetNumFormat(Wide(r.format));
         if (theme.GetNumFormat().IsEmpty()) {
             error = "the number format '" + r.format + "' cannot format a number";

@@ -308,6 +308,20 @@ TEST(DemoInput, BadInvocationsFailWithOneLineAndTheirReason)
         {data + " --unique continent --max-classes 0", 1, "--max-classes needs a whole number of at least 1"},
         {data + " --custom Altitude=pop_est", 2, "(properties: AltitudeMode, BottomAltitude, ExtendHeight,"},
         {data + " --range pop_est --classes 1", 2, "class count"},
+        {data + " --label name --format d", 2, "is not one real conversion such as .2f"},
+        // Options that would change nothing
+        {"--classes 3", 1, "--classes has no effect without a theme option"},
+        {"--name x", 1, "--name has no effect without a theme option"},
+        {data + " --unique continent --format .2f", 1, "--format has no effect with --unique; it applies to --label"},
+        {data + " --range pop_est --interval 5", 1, "--interval has no effect with this --method"},
+        {data + " --label name --height-scale 2", 1, "--height-scale has no effect with --label"},
+        {data + " --custom ExtendHeight=pop_est --bar-width 9", 1, "--bar-width has no effect with --custom"},
+        {data + " --chart bar --fields pop_est --height-scale 2 --series-scale independent", 1,
+         "cannot go with --series-scale independent"},
+        {data + " --chart bar --fields pop_est --height-scale 2 --size-range 0,9", 1, "give one of them"},
+        {data + " --chart bar --fields pop_est --series-scale log", 1, "takes independent or shared, not 'log'"},
+        {data + " --chart pie --fields pop_est --size-range 9,3", 1, "0 <= MIN <= MAX"},
+        {data + " --theme " + kOut + "/range.theme.xml --bar-width 5", 2, "chart options have no effect on the range"},
     };
     for (const Case& c : cases) {
         const Result r = RunDemo(c.args + " --out " + scratch + "/refused");
@@ -458,4 +472,52 @@ TEST(DemoTour, ManifestNamesEveryThemeAndSceneVerticesNameTheirFeatureAndLegendC
         ASSERT_EQ(hex, entries[feature["entry"].get<size_t>()]["hex"].get<std::string>()) << feature["id"];
     }
     EXPECT_EQ(checked.size(), kCountries);
+}
+
+TEST(DemoResults, HeightScaleIsMetresPerUnitForChartsAndCustomThemesAlike)
+{
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/heights";
+    const std::string data = " --data " + std::string(T3D_DEMO_DATA);
+    // China's 1,397,715,000 people at a millimetre each: 1,398 km above the ground, wherever it stands
+    const double top = 1397715.0, polar = 6356752.3, equatorial = 6378137.0;
+    for (const char* themeText : {"--chart bar --fields pop_est,gdp_md_est --series-scale shared",
+                                  "--chart stacked --fields pop_est", "--custom ExtendHeight=pop_est"}) {
+        const std::string theme = themeText;
+        const Result r = RunDemo(data + " " + theme + " --height-scale 0.001 --name h --out " + out);
+        ASSERT_EQ(r.status, 0) << theme << ": " << r.output;
+        double lo = 0, hi = 0;
+        CheckGlb(out + "/h.glb", lo, hi);
+        EXPECT_GT(hi, polar + top - 50.0) << theme;
+        EXPECT_LT(hi, equatorial + top + 50.0) << theme;
+        const json legend = ReadJson(out + "/h.legend.json");
+        if (theme[2] == 'c' && theme[3] == 'u') {
+            EXPECT_EQ(legend["heightScale"].get<double>(), 0.001);
+        } else {
+            EXPECT_EQ(legend["seriesScale"], "shared");
+            for (const auto& e : legend["entries"]) EXPECT_EQ(e["metresPerUnit"].get<double>(), 0.001);
+        }
+    }
+}
+
+TEST(DemoResults, ChartSeriesScaleOnTheirOwnWithTheGivenBarWidth)
+{
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/charts";
+    const std::string data = " --data " + std::string(T3D_DEMO_DATA);
+    const Result bars = RunDemo(data + " --chart bar --fields pop_est,gdp_md_est --bar-width 40000 --out " + out);
+    ASSERT_EQ(bars.status, 0) << bars.output;
+    json legend = ReadJson(out + "/graph.legend.json");
+    EXPECT_EQ(legend["seriesScale"], "independent");
+    EXPECT_EQ(legend["barWidth"].get<double>(), 40000.0);
+    // GDP in millions of dollars gets its own, far larger, metres per unit than people
+    const double people = legend["entries"][0]["metresPerUnit"].get<double>();
+    const double dollars = legend["entries"][1]["metresPerUnit"].get<double>();
+    EXPECT_GT(dollars / people, 20.0);
+    EXPECT_EQ(legend["entries"][1]["count"].get<size_t>(), kCountries);
+
+    // Pies share one scale unless told, and take the size range as given
+    const Result pies = RunDemo(data + " --chart pie --fields pop_est,gdp_md_est --size-range 1000,90000 --out " + out);
+    ASSERT_EQ(pies.status, 0) << pies.output;
+    legend = ReadJson(out + "/graph.legend.json");
+    EXPECT_EQ(legend["seriesScale"], "shared");
+    EXPECT_EQ(legend["sizeRange"], json::array({1000.0, 90000.0}));
 }
