@@ -59,6 +59,36 @@ void Colour(DemoJson& j, const KrColorValue3D& c)
     j.Key("hex").String(hex);
 }
 
+const char* UnitName(KrCalendarUnit unit)
+{
+    static const char* const names[] = {"", "year", "month", "day", "hour", "minute", "second"};
+    return names[static_cast<int>(unit)];
+}
+
+// How a range theme was classified: the method, its breaks, the values and the no data it saw,
+// the goodness of variance fit and every class's count, extremes and mean
+void ClassificationJson(DemoJson& j, const KrClassification& c)
+{
+    j.Key("method").String(KrClassifier::MethodName(c.method)).Key("methodCode").Integer(static_cast<int>(c.method));
+    j.Key("breaks").BeginArray();
+    for (double b : c.breaks) j.Number(b);
+    j.EndArray();
+    if (c.unit != KrCalendarUnit::None) {
+        j.Key("calendarUnit").String(UnitName(c.unit)).Key("calendarStep").Integer(c.step);
+        j.Key("breakDates").BeginArray();
+        for (double b : c.breaks) j.String(KrClassifier::FormatDate(b, c.unit));
+        j.EndArray();
+    }
+    j.Key("goodnessOfVarianceFit").Number(c.gvf);
+    j.Key("values").Integer(static_cast<long long>(c.count)).Key("noData").Integer(static_cast<long long>(c.noData));
+    j.Key("classStatistics").BeginArray();
+    for (const KrClassSummary& s : c.classes) {
+        j.BeginObject().Key("count").Integer(static_cast<long long>(s.count));
+        j.Key("min").Number(s.min).Key("max").Number(s.max).Key("mean").Number(s.mean).EndObject();
+    }
+    j.EndArray();
+}
+
 std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDrawer& drawer, size_t features,
                        size_t drawn, const DemoBuildReport& report)
 {
@@ -81,6 +111,7 @@ std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDra
         // Heights that fields or styles give, in metres per unit of their value
         j.Key("heightScale").Number(run.heightScale);
     }
+    if (report.classified) ClassificationJson(j, report.classification);
     j.Key("entries").BeginArray();
     for (const DemoLegendEntry& e : drawer.GetLegend()) {
         j.BeginObject().Key("caption").String(e.caption).Key("role").String(e.role);

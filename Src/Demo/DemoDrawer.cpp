@@ -203,7 +203,7 @@ bool DemoDrawer::Prepare(std::string& error)
 
 void DemoDrawer::BuildLegend()
 {
-    m_defaultEntry = m_hiddenEntry = -1;
+    m_defaultEntry = m_hiddenEntry = m_noDataEntry = -1;
     m_classCount = 0;
     if (m_kind == KrTheme3D::Theme3DUnique) {
         auto& unique = static_cast<KrTheme3DUnique&>(m_theme);
@@ -243,6 +243,17 @@ void DemoDrawer::BuildLegend()
             m_styleEntries.emplace_back(&item->Style, static_cast<int>(m_legend.size()));
             m_legend.push_back(e);
         }
+        // A light grey apart from every class colour: absent data must not pass for a low value
+        const KrColorValue3D grey(0.82, 0.82, 0.82, 1.0);
+        m_noData.SetFillColor(grey);
+        m_noData.SetPointColor(grey);
+        m_noData.SetLineColor3D(grey);
+        DemoLegendEntry none;
+        none.caption = "No data";
+        none.role = "nodata";
+        none.colour = grey;
+        m_noDataEntry = static_cast<int>(m_legend.size());
+        m_legend.push_back(none);
     } else if (m_kind == KrTheme3D::Theme3DLabel) {
         DemoLegendEntry e;
         e.caption = "Labelled";
@@ -333,6 +344,12 @@ void DemoDrawer::Draw(const DemoFeature& f, size_t i, DemoDrawnFeature& out)
     case KrTheme3D::Theme3DRange: {
         BSX::BsxVariant v;
         f.feature->GetValue(m_expression, v);
+        double number = 0.0;
+        if (m_noDataEntry >= 0 && !(KrTheme3D::Variant2Double(v, number) && std::isfinite(number))) {
+            out.style = &m_noData;
+            out.legendEntry = m_noDataEntry;
+            break;
+        }
         const KrStyle* style = m_theme.FindStyle(v);
         if (!style) {
             out.drawn = false;

@@ -57,7 +57,8 @@ struct DemoChartScale {
 // One line of the legend
 struct DemoLegendEntry {
     std::string caption;
-    // "item" (a theme item), "default" (values without an item), "hidden" (not drawn),
+    // "item" (a theme item), "default" (values without an item), "nodata" (features of a range
+    // theme without a number), "hidden" (not drawn),
     // "series" (a chart item), "property" (a custom theme property)
     std::string role;
     // The item's value (unique), field (chart series) or expression (custom property)
@@ -108,6 +109,8 @@ private:
     const DemoLayer& m_layer;
     int m_kind = 0;
     KrStyle m_neutral;
+    // Range themes draw features without a number (no data) in a style of their own
+    KrStyle m_noData;
     KrStyle m_customStyle;
     BSX::BsxUnicodeString m_expression;
     std::vector<std::string> m_queryFields;
@@ -116,6 +119,7 @@ private:
     std::vector<std::pair<const KrStyle*, int>> m_styleEntries;
     int m_defaultEntry = -1;
     int m_hiddenEntry = -1;
+    int m_noDataEntry = -1;
     int m_classCount = 0;
     // Chart series: expression per item (empty for array items), and the values handed over
     std::vector<BSX::BsxUnicodeString> m_seriesExpressions;

@@ -3,8 +3,11 @@
 #include <cerrno>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <set>
+
+#include "KrClassifier.h"
 
 namespace KRN {
 
@@ -44,6 +47,28 @@ std::vector<std::string> Split(const std::string& text, char sep)
         start = at + 1;
     }
     return parts;
+}
+
+std::string MethodNames()
+{
+    std::string names;
+    for (int m = 0; m <= static_cast<int>(KrClassMethod::Calendar); ++m)
+        names += std::string(m ? "|" : "") + KrClassifier::MethodName(static_cast<KrClassMethod>(m));
+    return names;
+}
+
+// One line per classification method, its code and what it does
+std::string MethodList()
+{
+    std::string list;
+    for (int m = 0; m <= static_cast<int>(KrClassMethod::Calendar); ++m) {
+        char line[160];
+        const auto method = static_cast<KrClassMethod>(m);
+        std::snprintf(line, sizeof line, "      %-10s %2d  %s\n", KrClassifier::MethodName(method), m,
+                      KrClassifier::MethodDescription(method));
+        list += line;
+    }
+    return list;
 }
 
 // The tour that runs without theme options, on the built-in countries
@@ -146,9 +171,10 @@ std::string DemoOptions::Usage()
            "  --unique FIELD [--max-classes N]\n"
            "                       unique values of a field; beyond N classes (default 1024) the least\n"
            "                       frequent values are drawn as \"Other values\", with a warning\n"
-           "  --range FIELD [--method 0-5] [--classes K] [--interval W]\n"
-           "                       ranges of a numeric field (method 4, quantiles, and 5 classes by default;\n"
-           "                       --interval only with the fixed-interval method)\n"
+           "  --range FIELD [--method NAME] [--classes K] [--interval W]\n"
+           "                       ranges of a numeric or date field (quantiles and 5 classes by default;\n"
+           "                       --interval only with the fixed-interval method); NAME or its code:\n" +
+           MethodList() +
            "  --label FIELD [--format FMT]\n"
            "                       labels; FMT is a C number format for real values, with or without '%':\n"
            "                         .2f  fixed decimals      3.14159 -> 3.14\n"
@@ -264,10 +290,12 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
                 run.request.customProperties.emplace_back(pair.substr(0, eq), pair.substr(eq + 1));
             }
         } else if (arg == "--method") {
-            if (!value(v) || !ParseInt(v, run.request.method)) {
-                error = "--method needs a whole number";
+            KrClassMethod method = KrClassMethod::Quantile;
+            if (!value(v) || !KrClassifier::MethodFromName(v, method)) {
+                error = "--method takes one of " + MethodNames() + " (or its code 0-10), not '" + v + "'";
                 return false;
             }
+            run.request.method = static_cast<int>(method);
         } else if (arg == "--classes") {
             if (!value(v) || !ParseInt(v, run.request.classes)) {
                 error = "--classes needs a whole number";

@@ -124,11 +124,48 @@ bool BuildUnique(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DUni
     return true;
 }
 
-bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRange& theme, std::string& error)
+// The field's values as numbers, dates as the host's day numbers; features without a number
+// (NULL, text, NaN) are no data
+std::vector<double> FieldNumbers(const DemoLayer& layer, const std::string& field, std::int64_t& noData)
 {
-    if (!RequireField(layer, r.field, true, error)) return false;
-    if (r.method < 0 || r.method > 5) {
-        error = "the classification method must be 0 to 5";
+    std::vector<double> values;
+    const BSX::BsxUnicodeString expression = Wide(field);
+    values.reserve(layer.features.size());
+    noData = 0;
+    for (const DemoFeature& f : layer.features) {
+        BSX::BsxVariant v;
+        double d = 0.0;
+        if (f.feature->GetValue(expression, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d)) values.push_back(d);
+        else ++noData;
+    }
+    return values;
+}
+
+KrClassification Classify(const DemoThemeRequest& r, const KrClassifier& c)
+{
+    switch (static_cast<KrClassMethod>(r.method)) {
+    case KrClassMethod::Natural: return c.Natural(r.classes);
+    case KrClassMethod::Pretty: return c.Pretty(r.classes);
+    case KrClassMethod::Geometric: return c.Geometric(r.classes);
+    case KrClassMethod::HeadTail: return c.HeadTail(r.classes);
+    case KrClassMethod::Calendar: return c.Calendar(r.classes);
+    default: return c.Quantile(r.classes);
+    }
+}
+
+bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRange& theme, std::string& error,
+                DemoBuildReport& report)
+{
+    const int index = layer.FindField(r.field);
+    const DemoFieldKind kind = index < 0 ? DemoFieldKind::Other : layer.fields[static_cast<size_t>(index)].kind;
+    const bool dates = kind == DemoFieldKind::Date || kind == DemoFieldKind::DateTime || kind == DemoFieldKind::Time;
+    if (!RequireField(layer, r.field, !dates, error)) return false;
+    if (r.method < 0 || r.method > static_cast<int>(KrClassMethod::Calendar)) {
+        error = "the classification method must be 0 to 10";
+        return false;
+    }
+    if (r.method == static_cast<int>(KrClassMethod::Calendar) && !dates) {
+        error = "the calendar method needs a date field; '" + r.field + "' holds numbers";
         return false;
     }
     if (r.classes < 2 || r.classes > 256) {
@@ -139,13 +176,27 @@ bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRang
         error = "the fixed-interval method needs a positive --interval";
         return false;
     }
-    const std::vector<double> values = DemoThemeBuilder::NumericValues(layer, r.field);
+    std::int64_t noData = 0;
+    const std::vector<double> numbers = FieldNumbers(layer, r.field, noData);
+    const KrClassifier classifier(numbers, noData);
+    const std::vector<double>& distinct = classifier.GetValues();
+    const std::vector<double>& weights = classifier.GetWeights();
     BSX::BsxArray<double> data, quantiles;
-    data.Reserve(static_cast<int>(values.size()));
-    for (double v : values) data.Add(v);
-    if (r.method == 4) quantiles = KrTheme3DRange::QuantileBreaks(data, r.classes);
+    data.Reserve(static_cast<int>(classifier.GetCount()));
+    for (size_t i = 0; i < distinct.size(); ++i)
+        for (double w = 0; w < weights[i]; w += 1) data.Add(distinct[i]);
+    // Methods past the theme's six hand their breaks over as caller-computed quantile breaks
+    const bool own = r.method <= static_cast<int>(KrClassMethod::FixedInterval);
+    const bool quantile = r.method == static_cast<int>(KrClassMethod::Quantile);
+    if (quantile) quantiles = KrTheme3DRange::QuantileBreaks(data, r.classes);
+    KrClassification classification;
+    if (!own) {
+        classification = Classify(r, classifier);
+        for (double b : classification.breaks) quantiles.Add(b);
+    }
     theme.SetExpression(Wide(r.field));
-    if (!theme.MakeDefault(r.method, r.classes, data, quantiles, r.interval)) {
+    if (!theme.MakeDefault(own ? r.method : static_cast<int>(KrClassMethod::Quantile), r.classes, data, quantiles,
+                           r.interval)) {
         error = "the field '" + r.field + "' has fewer than two numeric values to classify";
         return false;
     }
@@ -153,7 +204,16 @@ bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRang
     const int breaks = theme.GetValueCount();
     std::vector<double> breakValues;
     for (int i = 0; i < breaks; ++i) breakValues.push_back(theme.GetValueAt(i));
-    const std::vector<std::string> texts = DemoThemeBuilder::BreakTexts(breakValues);
+    if (own) classification = classifier.Describe(static_cast<KrClassMethod>(r.method), breakValues);
+    std::vector<std::string> texts = DemoThemeBuilder::BreakTexts(breakValues);
+    // Dates print as dates, to the calendar unit of their breaks
+    if (dates) {
+        const KrCalendarUnit unit =
+            classification.unit != KrCalendarUnit::None ? classification.unit : KrCalendarUnit::Second;
+        for (size_t i = 0; i < texts.size(); ++i) texts[i] = KrClassifier::FormatDate(breakValues[i], unit);
+    }
+    report.classified = true;
+    report.classification = classification;
     for (int i = 0; i < n; ++i) {
         std::string caption;
         if (i == 0) caption = "< " + texts[0];
@@ -420,7 +480,7 @@ bool DemoThemeBuilder::Build(const DemoThemeRequest& request, const DemoLayer& l
     // The factory dispatches by type code, so the code names the class
     switch (request.kind) {
     case 1: ok = BuildUnique(request, layer, static_cast<KrTheme3DUnique&>(*made), error, *report); break;
-    case 2: ok = BuildRange(request, layer, static_cast<KrTheme3DRange&>(*made), error); break;
+    case 2: ok = BuildRange(request, layer, static_cast<KrTheme3DRange&>(*made), error, *report); break;
     case 3: ok = BuildLabel(request, layer, static_cast<KrTheme3DLabel&>(*made), error); break;
     case 4: ok = BuildGraph(request, layer, static_cast<KrTheme3DGraph&>(*made), error); break;
     case 5: ok = BuildCustom(request, layer, static_cast<KrTheme3DCustom&>(*made), error); break;

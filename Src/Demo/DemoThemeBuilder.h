@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "DemoLayer.h"
+#include "KrClassifier.h"
 #include "KrTheme3D.h"
 
 namespace KRN {
@@ -19,7 +20,8 @@ struct DemoThemeRequest {
     std::string themeFile;
     // The field of a unique, range or label theme
     std::string field;
-    // Range classification: method code, class count, fixed width (method 5)
+    // Range classification: method (the theme's codes 0-5 or a KrClassMethod beyond them), class
+    // count, fixed width (method 5)
     int method = 4;
     int classes = 5;
     double interval = 0.0;
@@ -39,6 +41,10 @@ struct DemoBuildReport {
     // Unique themes: distinct values of the field and the classes made of them
     int distinctValues = 0;
     int classes = 0;
+    // Range themes: the classification with its breaks, classes and fit; the features without a
+    // number (no data) are counted in it
+    bool classified = false;
+    KrClassification classification;
 };
 
 // Creates an empty theme of a kind code (the factory's NewTheme3D), null for unknown codes

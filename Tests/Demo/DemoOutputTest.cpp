@@ -278,6 +278,7 @@ TEST(DemoInput, BadInvocationsFailWithOneLineAndTheirReason)
     const std::string scratch = MakeBadInputs(T3D_DEMO_SCRATCH);
     const std::string data = " --data " + std::string(T3D_DEMO_DATA);
     const std::string places = " --data " + std::string(T3D_DEMO_TEST_DATA) + "/places.csv";
+    const std::string dated = " --data " + std::string(T3D_DEMO_TEST_DATA) + "/dated.geojson";
     struct Case {
         std::string args;
         int status;
@@ -322,6 +323,8 @@ TEST(DemoInput, BadInvocationsFailWithOneLineAndTheirReason)
         {data + " --chart bar --fields pop_est --series-scale log", 1, "takes independent or shared, not 'log'"},
         {data + " --chart pie --fields pop_est --size-range 9,3", 1, "0 <= MIN <= MAX"},
         {data + " --theme " + kOut + "/range.theme.xml --bar-width 5", 2, "chart options have no effect on the range"},
+        {data + " --range pop_est --method jenks", 1, "--method takes one of equal|sqrt|"},
+        {dated + " --range v --method calendar", 2, "calendar method needs a date field"},
     };
     for (const Case& c : cases) {
         const Result r = RunDemo(c.args + " --out " + scratch + "/refused");
@@ -350,6 +353,35 @@ TEST(DemoInput, LenientReadingSkipsAndCountsWhatGdalCannotRead)
     ASSERT_EQ(csv.status, 0) << csv.output;
     EXPECT_NE(csv.output.find("skipped 1 features"), std::string::npos) << csv.output;
     EXPECT_EQ(ReadJson(scratch + "/lenient/range.legend.json")["drawn"].get<size_t>(), 5u);
+}
+
+TEST(DemoResults, ClassificationByNameWithNoDataAndDates)
+{
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/classified";
+    const std::string dated = "--data " + std::string(T3D_DEMO_TEST_DATA) + "/dated.geojson --out " + out;
+    for (const std::string args : {" --range when --method calendar --classes 4", " --range v --method natural --classes 3"}) {
+        const Result r = RunDemo(dated + args);
+        ASSERT_EQ(r.status, 0) << r.output;
+        const json legend = ReadJson(out + "/range.legend.json");
+        const bool dates = args.find("calendar") != std::string::npos;
+        EXPECT_EQ(legend["method"], dates ? "calendar" : "natural");
+        EXPECT_EQ(legend["noData"].get<int>(), dates ? 1 : 2);
+        const json& entries = legend["entries"];
+        const auto none = std::find_if(entries.begin(), entries.end(), [](const json& e) { return e["role"] == "nodata"; });
+        ASSERT_NE(none, entries.end());
+        EXPECT_EQ((*none)["count"], legend["noData"]);
+        for (const json& e : entries) EXPECT_TRUE(e["role"] == "nodata" || e["hex"] != (*none)["hex"]) << e;
+        // Every feature lies in one class or in no data
+        size_t classified = 0;
+        for (const json& c : legend["classStatistics"]) classified += c["count"].get<size_t>();
+        EXPECT_EQ(classified + legend["noData"].get<size_t>(), 10u);
+        EXPECT_EQ(LegendSum(legend), 10u);
+        EXPECT_GT(legend["goodnessOfVarianceFit"].get<double>(), 0.5);
+        if (dates) {
+            EXPECT_EQ(legend["breakDates"], json({"2020", "2021", "2022"}));
+            EXPECT_EQ(entries[1]["caption"], "2020 - 2021");
+        }
+    }
 }
 
 TEST(DemoOutput, FailedWriteLeavesNoFileAndNamesTheMissingOnes)
