@@ -6,6 +6,8 @@ packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-d
 # The demo host triangulates with GEOS; its tests read JSON and run the glTF validator on node
 packages+=(libgeos-dev nlohmann-json3-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
+# The viewer's browser test drives Debian's Chromium headless
+packages+=(chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -14,4 +16,13 @@ if [ ${#missing[@]} -gt 0 ]; then
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+
+# The viewer's CesiumJS and the browser driver, exactly as Viewer/package-lock.json pins them;
+# installed again only when the lock file changes
+viewer=$(cd "$(dirname "$0")/../Viewer" && pwd)
+stamp=$viewer/node_modules/.installed-lock
+if ! cmp -s "$viewer/package-lock.json" "$stamp"; then
+  npm ci --prefix "$viewer" --no-audit --no-fund --loglevel=error
+  cp "$viewer/package-lock.json" "$stamp"
 fi
