@@ -76,22 +76,22 @@ std::vector<DemoRun> Tour()
 {
     std::vector<DemoRun> runs(5);
     runs[0].name = "unique";
-    runs[0].request.kind = 1;
+    runs[0].request.kind = KrTheme3D::Theme3DUnique;
     runs[0].request.field = "continent";
     runs[1].name = "range";
-    runs[1].request.kind = 2;
+    runs[1].request.kind = KrTheme3D::Theme3DRange;
     runs[1].request.field = "pop_est";
     runs[1].request.method = 4;
     runs[1].request.classes = 5;
     runs[2].name = "label";
-    runs[2].request.kind = 3;
+    runs[2].request.kind = KrTheme3D::Theme3DLabel;
     runs[2].request.field = "name";
     runs[3].name = "graph";
-    runs[3].request.kind = 4;
+    runs[3].request.kind = KrTheme3D::Theme3DGraph;
     runs[3].request.chartType = 4;
     runs[3].request.chartFields = {"pop_est", "gdp_md_est"};
     runs[4].name = "custom";
-    runs[4].request.kind = 5;
+    runs[4].request.kind = KrTheme3D::Theme3DCustom;
     runs[4].request.customProperties = {{"ExtendHeight", "pop_est"}};
     // People as metres would raise China 1,400 km into space: one metre per 2,000 people
     runs[4].heightScale = 0.0005;
@@ -262,15 +262,15 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             }
             heightGiven = true;
         } else if (arg == "--theme") {
-            if (!value(run.request.themeFile) || !setKind(0, arg)) return false;
+            if (!value(run.request.themeFile) || !setKind(KrTheme3D::Theme3DNone, arg)) return false;
         } else if (arg == "--unique") {
-            if (!value(run.request.field) || !setKind(1, arg)) return false;
+            if (!value(run.request.field) || !setKind(KrTheme3D::Theme3DUnique, arg)) return false;
         } else if (arg == "--range") {
-            if (!value(run.request.field) || !setKind(2, arg)) return false;
+            if (!value(run.request.field) || !setKind(KrTheme3D::Theme3DRange, arg)) return false;
         } else if (arg == "--label") {
-            if (!value(run.request.field) || !setKind(3, arg)) return false;
+            if (!value(run.request.field) || !setKind(KrTheme3D::Theme3DLabel, arg)) return false;
         } else if (arg == "--chart") {
-            if (!value(v) || !setKind(4, arg)) return false;
+            if (!value(v) || !setKind(KrTheme3D::Theme3DGraph, arg)) return false;
             if (v == "bar") run.request.chartType = 4;
             else if (v == "stacked") run.request.chartType = 12;
             else if (v == "pie") run.request.chartType = 6;
@@ -280,7 +280,7 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             }
         } else if (arg == "--custom") {
             if (!value(v)) return false;
-            if (run.request.kind != 5 && !setKind(5, arg)) return false;
+            if (run.request.kind != KrTheme3D::Theme3DCustom && !setKind(KrTheme3D::Theme3DCustom, arg)) return false;
             for (const std::string& pair : Split(v, ',')) {
                 const size_t eq = pair.find('=');
                 if (eq == std::string::npos || eq == 0 || eq + 1 == pair.size()) {

@@ -440,11 +440,11 @@ std::vector<std::string> DemoThemeBuilder::BreakTexts(const std::vector<double>&
 const char* DemoThemeBuilder::KindName(int kind)
 {
     switch (kind) {
-    case 1: return "unique";
-    case 2: return "range";
-    case 3: return "label";
-    case 4: return "graph";
-    case 5: return "custom";
+    case KrTheme3D::Theme3DUnique: return "unique";
+    case KrTheme3D::Theme3DRange: return "range";
+    case KrTheme3D::Theme3DLabel: return "label";
+    case KrTheme3D::Theme3DGraph: return "graph";
+    case KrTheme3D::Theme3DCustom: return "custom";
     default: return "theme";
     }
 }
@@ -470,7 +470,7 @@ bool DemoThemeBuilder::Build(const DemoThemeRequest& request, const DemoLayer& l
     DemoBuildReport ignored;
     if (!report) report = &ignored;
     *report = DemoBuildReport();
-    if (request.kind == 0) return BuildFromDocument(request, create, theme, error);
+    if (request.kind == KrTheme3D::Theme3DNone) return BuildFromDocument(request, create, theme, error);
     std::unique_ptr<KrTheme3D> made(create(request.kind));
     if (!made || made->GetType() != request.kind) {
         error = std::string("the plug-in cannot create a ") + KindName(request.kind) + " theme";
@@ -479,11 +479,11 @@ bool DemoThemeBuilder::Build(const DemoThemeRequest& request, const DemoLayer& l
     bool ok = false;
     // The factory dispatches by type code, so the code names the class
     switch (request.kind) {
-    case 1: ok = BuildUnique(request, layer, static_cast<KrTheme3DUnique&>(*made), error, *report); break;
-    case 2: ok = BuildRange(request, layer, static_cast<KrTheme3DRange&>(*made), error, *report); break;
-    case 3: ok = BuildLabel(request, layer, static_cast<KrTheme3DLabel&>(*made), error); break;
-    case 4: ok = BuildGraph(request, layer, static_cast<KrTheme3DGraph&>(*made), error); break;
-    case 5: ok = BuildCustom(request, layer, static_cast<KrTheme3DCustom&>(*made), error); break;
+    case KrTheme3D::Theme3DUnique: ok = BuildUnique(request, layer, static_cast<KrTheme3DUnique&>(*made), error, *report); break;
+    case KrTheme3D::Theme3DRange: ok = BuildRange(request, layer, static_cast<KrTheme3DRange&>(*made), error, *report); break;
+    case KrTheme3D::Theme3DLabel: ok = BuildLabel(request, layer, static_cast<KrTheme3DLabel&>(*made), error); break;
+    case KrTheme3D::Theme3DGraph: ok = BuildGraph(request, layer, static_cast<KrTheme3DGraph&>(*made), error); break;
+    case KrTheme3D::Theme3DCustom: ok = BuildCustom(request, layer, static_cast<KrTheme3DCustom&>(*made), error); break;
     default: error = "unknown theme kind"; break;
     }
     if (ok) theme = std::move(made);
