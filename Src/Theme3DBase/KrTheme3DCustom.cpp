@@ -27,7 +27,7 @@ using Expression = BsxUnicodeString KrTheme3DCustom::*;
 constexpr const wchar_t* kFieldPrefix = L"Theme3DCustom";
 constexpr const wchar_t* kClassName = L"KrTheme3DCustom";
 constexpr const wchar_t* kSourceFile = L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DCustom";
-constexpr const wchar_t* kContainerName = L"tdx:FieldExpression";
+constexpr const wchar_t* kContainerName = ThemeXml::kFieldExpressionName;
 
 struct ExpressionElement {
     const wchar_t* name;

@@ -21,15 +21,18 @@ const wchar_t kDefaultNumFormat[] = L"%.10f";
 const wchar_t kNullText[] = L"<NULL>";
 
 // Elements of the theme's own part, in document order
-const wchar_t kFieldExpressionElem[] = L"tdx:FieldExpression";
 const wchar_t kNumFormatElem[] = L"tdx:NumFormat";
 const wchar_t kAlongLineElem[] = L"tdx:LabelAlongLine";
 const wchar_t kLabelTypeElem[] = L"tdx:LabelType";
 const wchar_t kTextStyleElem[] = L"tdx:TextStyle";
 
-// Keyword of each label type, indexed by its code; the writer and the reader share it
-const wchar_t* const kLabelTypeNames[] = {L"Label3DText", L"Label3DSymbol", L"Label3DPicture", L"Label3DTable"};
-constexpr int kLabelTypeCount = static_cast<int>(sizeof kLabelTypeNames / sizeof kLabelTypeNames[0]);
+// Keyword of each label type; the writer and the reader share it. An unknown type is written
+// as the empty text (the fallback is no type of the table) and an unknown keyword is not read.
+const ThemeXml::Keyword kLabelTypes[] = {{KrTheme3DLabel::Label3DText, L"Label3DText"},
+                                         {KrTheme3DLabel::Label3DSymbol, L"Label3DSymbol"},
+                                         {KrTheme3DLabel::Label3DPicture, L"Label3DPicture"},
+                                         {KrTheme3DLabel::Label3DTable, L"Label3DTable"}};
+const ThemeXml::KeywordTable kLabelTypeTable{kLabelTypes, 4, -1};
 
 const KrLabelNumberFormat& DefaultFloatFormat()
 {
@@ -234,11 +237,10 @@ BsxUnicodeString KrTheme3DLabel::ToXML(int version, BsxUnicodeString) const
     KrMarkup markup;
     BsxUnicodeString result;
     if (!ThemeXml::BeginWrite(*this, version, markup, result)) return result;
-    ThemeXml::AddText(markup, kFieldExpressionElem, m_expression);
+    ThemeXml::AddText(markup, ThemeXml::kFieldExpressionName, m_expression);
     ThemeXml::AddText(markup, kNumFormatElem, m_numFormat);
     ThemeXml::AddBool(markup, kAlongLineElem, m_alongline);
-    const int type = static_cast<int>(m_labelType);
-    ThemeXml::AddText(markup, kLabelTypeElem, type >= 0 && type < kLabelTypeCount ? kLabelTypeNames[type] : L"");
+    ThemeXml::AddText(markup, kLabelTypeElem, ThemeXml::KeywordOf(kLabelTypeTable, m_labelType));
     markup.AddSubDoc(m_textStyle.ToXML(version).Cstr(), false, true);
     return markup.GetDoc();
 }
@@ -251,17 +253,16 @@ bool KrTheme3DLabel::FromXML(const BsxUnicodeString& xml, int version, BsxUnicod
 
     KrMarkup markup(xml.Cstr());
     BsxUnicodeString text;
-    if (ThemeXml::ReadText(markup, kFieldExpressionElem, text)) m_expression = text;
+    if (ThemeXml::ReadText(markup, ThemeXml::kFieldExpressionName, text)) m_expression = text;
     if (ThemeXml::ReadText(markup, kNumFormatElem, text)) {
         // Taken as written, without the check of SetNumFormat; CompileNumFormat makes it safe
         m_numFormat = text;
         CompileNumFormat();
     }
     if (ThemeXml::ReadText(markup, kAlongLineElem, text)) ThemeXml::ReadBoolStrict(text, m_alongline);
-    if (ThemeXml::ReadText(markup, kLabelTypeElem, text)) {
-        for (int code = 0; code < kLabelTypeCount; ++code)
-            if (text.CompareNoCase(kLabelTypeNames[code]) == 0) m_labelType = static_cast<KrLabel3DType>(code);
-    }
+    int type = 0;
+    if (ThemeXml::ReadText(markup, kLabelTypeElem, text) && ThemeXml::FindCode(kLabelTypeTable, text, type))
+        m_labelType = static_cast<KrLabel3DType>(type);
     if (markup.FindChildElem(kTextStyleElem)) m_textStyle.FromXML(markup.GetChildSubDoc(), version);
     return true;
 }

@@ -11,16 +11,11 @@ using BSX::BsxUnicodeString;
 namespace {
 
 // Element and attribute names, shared by the writer and the reader
-constexpr const wchar_t* kFieldExpression = L"tdx:FieldExpression";
 constexpr const wchar_t* kMethod = L"tdx:Range3DMethod";
 constexpr const wchar_t* kItems = L"tdx:RangeItems";
 constexpr const wchar_t* kDescending = L"tdx:Descending";
 constexpr const wchar_t* kItem = L"tdx:RangeItem";
 constexpr const wchar_t* kRangeValue = L"tdx:RangeValue";
-constexpr const wchar_t* kCaption = L"tdx:Caption";
-constexpr const wchar_t* kVisible = L"tdx:StyleEnable";
-constexpr const wchar_t* kModelling = L"tdx:ModellingStyleEnabled";
-constexpr const wchar_t* kStyle = ThemeXml::kStyleName;
 
 // The break a range text starts from: "a<=X<b" gives a, "X>=a" gives a, "X<b" gives none
 bool BreakOfRangeText(const BsxUnicodeString& text, double& value)
@@ -66,7 +61,7 @@ BsxUnicodeString KrTheme3DRange::ToXML(int version, BsxUnicodeString path) const
     BsxUnicodeString result;
     if (!ThemeXml::BeginWrite(*this, version, markup, result)) return result;
 
-    ThemeXml::AddText(markup, kFieldExpression, Expression);
+    ThemeXml::AddText(markup, ThemeXml::kFieldExpressionName, Expression);
     ThemeXml::AddInt(markup, kMethod, static_cast<int>(ClassType));
     markup.AddElem(kItems, nullptr, false, true);
     markup.SetAttrib(KrMarkup::MNT_CHILD, kDescending, ThemeXml::Bool(Descending));
@@ -77,11 +72,7 @@ BsxUnicodeString KrTheme3DRange::ToXML(int version, BsxUnicodeString path) const
         const KrTheme3DItem& item = stored ? *stored : none;
         ThemeXml::OpenContainer(markup, kItem);
         ThemeXml::AddText(markup, kRangeValue, RangeText(i));
-        ThemeXml::AddText(markup, kCaption, item.Caption);
-        ThemeXml::AddBool(markup, kVisible, item.Visible);
-        ThemeXml::AddBool(markup, kModelling, item.ModellingStyleEnabled);
-        // Written from a copy with the relative icon name: the item keeps its absolute one
-        ThemeXml::AddStyle(markup, item.Style, version, nullptr, &path);
+        ThemeXml::AddItemRecord(markup, item, version, path);
         markup.OutOfElem();
     }
     markup.OutOfElem();
@@ -96,7 +87,7 @@ bool KrTheme3DRange::FromXML(const BsxUnicodeString& xml, int version, BsxUnicod
     Descending = false;
     KrMarkup markup(xml.Cstr());
     BsxUnicodeString text;
-    if (ThemeXml::ReadText(markup, kFieldExpression, text)) SetExpression(text);
+    if (ThemeXml::ReadText(markup, ThemeXml::kFieldExpressionName, text)) SetExpression(text);
     if (ThemeXml::ReadText(markup, kMethod, text)) ClassType = static_cast<KrClass3DType>(kratoi(text));
     if (!markup.FindChildElem(kItems)) return true;
     Descending = ThemeXml::ReadTrueIsTrue(markup.GetChildAttrib(kDescending));
@@ -121,10 +112,7 @@ bool KrTheme3DRange::FromXML(const BsxUnicodeString& xml, int version, BsxUnicod
     const int count = GetCount();
     for (int i = 0; i < count && markup.FindChildElem(kItem); ++i) {
         markup.IntoElem();
-        if (ThemeXml::ReadText(markup, kCaption, text)) working.Caption = text;
-        if (ThemeXml::ReadText(markup, kVisible, text)) working.Visible = ThemeXml::ReadFalseIsFalse(text);
-        working.ModellingStyleEnabled = ThemeXml::ReadText(markup, kModelling, text) ? ThemeXml::ReadFalseIsFalse(text) : true;
-        ThemeXml::ReadStyle(markup, kStyle, working.Style, version, &path);
+        ThemeXml::ReadItemRecord(markup, working, version, path);
         SetAt(i, working);
         markup.OutOfElem();
     }

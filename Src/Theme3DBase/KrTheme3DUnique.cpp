@@ -19,15 +19,11 @@ const wchar_t kSeparator[] = L"[#]";
 const int kSeparatorLength = 3;
 
 // Element names, shared by the writer and the reader
-const wchar_t kFieldExpression[] = L"tdx:FieldExpression";
 const wchar_t kDefaultStyle[] = L"tdx:DefaultStyle";
 const wchar_t kDefaultModelling[] = L"tdx:DefaultModellingStyleEnabled";
 const wchar_t kUniqueItems[] = L"tdx:UniqueItems";
 const wchar_t kUniqueItem[] = L"tdx:UniqueItem";
 const wchar_t kValue[] = L"tdx:Value";
-const wchar_t kCaption[] = L"tdx:Caption";
-const wchar_t kStyleEnable[] = L"tdx:StyleEnable";
-const wchar_t kModelling[] = L"tdx:ModellingStyleEnabled";
 
 bool IsReal(const BsxVariant& value)
 {
@@ -369,7 +365,7 @@ BsxUnicodeString KrTheme3DUnique::ToXML(int version, BsxUnicodeString path) cons
     BsxUnicodeString result;
     KrMarkup m;
     if (!ThemeXml::BeginWrite(*this, version, m, result)) return result;
-    ThemeXml::AddText(m, kFieldExpression, Expression);
+    ThemeXml::AddText(m, ThemeXml::kFieldExpressionName, Expression);
     ThemeXml::AddStyle(m, DefaultStyle, version, kDefaultStyle);
     ThemeXml::AddBool(m, kDefaultModelling, DefaultModellingStyleEnabled);
     ThemeXml::OpenContainer(m, kUniqueItems);
@@ -378,11 +374,7 @@ BsxUnicodeString KrTheme3DUnique::ToXML(int version, BsxUnicodeString path) cons
         if (!item) continue;
         ThemeXml::OpenContainer(m, kUniqueItem);
         ThemeXml::AddText(m, kValue, key);
-        ThemeXml::AddText(m, kCaption, item->Caption);
-        ThemeXml::AddBool(m, kStyleEnable, item->Visible);
-        ThemeXml::AddBool(m, kModelling, item->ModellingStyleEnabled);
-        // Written from a copy with the relative icon name: saving leaves the theme as it was
-        ThemeXml::AddStyle(m, item->Style, version, nullptr, &path);
+        ThemeXml::AddItemRecord(m, *item, version, path);
         m.OutOfElem();
     }
     m.OutOfElem();
@@ -401,7 +393,7 @@ bool KrTheme3DUnique::FromXML(const BsxUnicodeString& xml, int version, BsxUnico
     KrMarkup m(xml.Cstr());
     m.FindElem(ThemeXml::kRootName);
     BsxUnicodeString text;
-    if (ThemeXml::ReadText(m, kFieldExpression, text)) SetExpression(text);
+    if (ThemeXml::ReadText(m, ThemeXml::kFieldExpressionName, text)) SetExpression(text);
     ThemeXml::ReadStyle(m, kDefaultStyle, DefaultStyle, version);
     DefaultModellingStyleEnabled = ThemeXml::ReadText(m, kDefaultModelling, text) ? ThemeXml::ReadFalseIsFalse(text) : true;
 
@@ -415,10 +407,7 @@ bool KrTheme3DUnique::FromXML(const BsxUnicodeString& xml, int version, BsxUnico
         m.IntoElem();
         BsxUnicodeString key;
         const bool hasKey = ThemeXml::ReadText(m, kValue, key);
-        if (ThemeXml::ReadText(m, kCaption, text)) working.Caption = text;
-        if (ThemeXml::ReadText(m, kStyleEnable, text)) working.Visible = ThemeXml::ReadFalseIsFalse(text);
-        working.ModellingStyleEnabled = ThemeXml::ReadText(m, kModelling, text) ? ThemeXml::ReadFalseIsFalse(text) : true;
-        ThemeXml::ReadStyle(m, ThemeXml::kStyleName, working.Style, version, &path);
+        ThemeXml::ReadItemRecord(m, working, version, path);
         // An entry without a value names no key of its own; rather than filing it under
         // whatever text was read before, it is left out (its fields still carry over)
         if (hasKey) Add(key, working);

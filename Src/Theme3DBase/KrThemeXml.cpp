@@ -1,9 +1,12 @@
 #include "KrThemeXml.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "KrConvert.h"
 #include "KrFile.h"
@@ -14,6 +17,11 @@ namespace KRN {
 namespace ThemeXml {
 
 using BSX::BsxUnicodeString;
+
+namespace {
+const wchar_t kVisibleName[] = L"tdx:StyleEnable";
+const wchar_t kModellingName[] = L"tdx:ModellingStyleEnabled";
+} // namespace
 
 int NormaliseVersion(int version) { return version == 0 ? kVersion20090106 : version; }
 
@@ -155,6 +163,105 @@ bool ReadStyle(KrMarkup& markup, const wchar_t* name, KrStyle& style, int versio
     style.FromXML(markup.GetChildSubDoc(), version);
     if (iconDir && !style.GetIconName().IsEmpty()) style.SetIconName(AbsoluteIconName(style.GetIconName(), *iconDir));
     return true;
+}
+
+void AddItemRecord(KrMarkup& markup, const KrTheme3DItem& item, int version, const BsxUnicodeString& iconDir)
+{
+    AddText(markup, kCaptionName, item.Caption);
+    AddBool(markup, kVisibleName, item.Visible);
+    AddBool(markup, kModellingName, item.ModellingStyleEnabled);
+    AddStyle(markup, item.Style, version, nullptr, &iconDir);
+}
+
+void ReadItemRecord(KrMarkup& markup, KrTheme3DItem& working, int version, const BsxUnicodeString& iconDir)
+{
+    BsxUnicodeString text;
+    if (ReadText(markup, kCaptionName, text)) working.Caption = text;
+    if (ReadText(markup, kVisibleName, text)) working.Visible = ReadFalseIsFalse(text);
+    working.ModellingStyleEnabled = ReadText(markup, kModellingName, text) ? ReadFalseIsFalse(text) : true;
+    ReadStyle(markup, kStyleName, working.Style, version, &iconDir);
+}
+
+BsxUnicodeString NumberedName(const wchar_t* prefix, int index) { return BsxUnicodeString(prefix) + Int(index); }
+
+int NumberedIndex(const BsxUnicodeString& name, const wchar_t* prefix)
+{
+    const std::wstring& s = name.Str();
+    const std::wstring p(prefix);
+    if (s.size() <= p.size() || s.compare(0, p.size(), p) != 0) return -1;
+    const size_t first = p.size();
+    // "%d" writes no sign and no leading zero, so "tdx:Key01" is never searched for
+    if (s[first] == L'0' && s.size() > first + 1) return -1;
+    long long value = 0;
+    for (size_t i = first; i < s.size(); ++i) {
+        if (s[i] < L'0' || s[i] > L'9') return -1;
+        value = value * 10 + (s[i] - L'0');
+        if (value > INT_MAX) return -1;
+    }
+    return static_cast<int>(value);
+}
+
+std::vector<NumberedChild> ReadNumberedChildren(KrMarkup& markup, const wchar_t* prefix, int count)
+{
+    // Candidates as (index, position among the following children)
+    std::vector<std::pair<int, int>> hits;
+    std::vector<BsxUnicodeString> texts;
+    while (markup.FindChildElem(nullptr)) {
+        const int index = NumberedIndex(markup.GetChildTagName(), prefix);
+        if (index < 0 || index >= count) continue;
+        hits.emplace_back(index, static_cast<int>(texts.size()));
+        texts.push_back(markup.GetChildData());
+    }
+    std::sort(hits.begin(), hits.end());
+    // Searching for index 0, 1, ... in turn, each forward from the last hit: an index is found
+    // at its first occurrence after the previous hit, or not at all
+    std::vector<NumberedChild> result;
+    int last = -1;
+    for (size_t i = 0; i < hits.size();) {
+        const int index = hits[i].first;
+        size_t j = i;
+        while (j < hits.size() && hits[j].first == index && hits[j].second <= last) ++j;
+        if (j < hits.size() && hits[j].first == index) {
+            last = hits[j].second;
+            result.push_back(NumberedChild{index, texts[static_cast<size_t>(last)]});
+        }
+        while (i < hits.size() && hits[i].first == index) ++i;
+    }
+    return result;
+}
+
+int ClampClaimedCount(int claimed, const BsxUnicodeString& document)
+{
+    if (claimed <= 0) return 0;
+    return std::min(claimed, document.GetLength());
+}
+
+const wchar_t* KeywordOf(const KeywordTable& table, int code)
+{
+    const wchar_t* fallback = L"";
+    for (int i = 0; i < table.count; ++i) {
+        if (table.entries[i].code == code) return table.entries[i].name;
+        if (table.entries[i].code == table.fallback) fallback = table.entries[i].name;
+    }
+    return fallback;
+}
+
+bool FindCode(const KeywordTable& table, const BsxUnicodeString& text, int& code)
+{
+    for (int i = 0; i < table.count; ++i) {
+        if (text.CompareNoCase(table.entries[i].name) == 0) {
+            code = table.entries[i].code;
+            return true;
+        }
+    }
+    return false;
+}
+
+int CodeOf(const KeywordTable& table, const BsxUnicodeString& text)
+{
+    int code = table.fallback;
+    FindCode(table, text, code);
+    return code;
 }
 
 BsxUnicodeString RelativeIconName(const BsxUnicodeString& icon, const BsxUnicodeString& dir)

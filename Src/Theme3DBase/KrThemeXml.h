@@ -1,10 +1,13 @@
 #pragma once
 // Persistence conventions every theme kind shares: format versions, the "tdx:Theme3D"
 // envelope, value encodings, embedded styles with relative icon files, and log records.
+#include <vector>
+
 #include "BsxUnicodeString.h"
 #include "KrMarkup.h"
 #include "KrStyle.h"
 #include "KrTheme3D.h"
+#include "KrTheme3DItem.h"
 
 namespace KRN {
 namespace ThemeXml {
@@ -15,6 +18,8 @@ constexpr int kVersion20090106 = 20090106;
 constexpr int kVersion20120328 = 20120328;
 constexpr const wchar_t* kRootName = L"tdx:Theme3D";
 constexpr const wchar_t* kStyleName = L"tdx:Style";
+constexpr const wchar_t* kFieldExpressionName = L"tdx:FieldExpression";
+constexpr const wchar_t* kCaptionName = L"tdx:Caption";
 
 // 0 stands for 20090106
 int NormaliseVersion(int version);
@@ -72,6 +77,49 @@ bool ReadText(KrMarkup& markup, const wchar_t* name, BSX::BsxUnicodeString& text
 // made absolute against it. False when the element is absent.
 bool ReadStyle(KrMarkup& markup, const wchar_t* name, KrStyle& style, int version,
                const BSX::BsxUnicodeString* iconDir = nullptr);
+
+// Item records --------------------------------------------------------------------------
+// The fields of a unique or range entry after its key: caption, visibility, modelling flag and
+// the style, with the icon name relative to iconDir (the item itself is not changed)
+void AddItemRecord(KrMarkup& markup, const KrTheme3DItem& item, int version, const BSX::BsxUnicodeString& iconDir);
+// Reads those fields from the current element, forward from its current child, into working.
+// A caption, visibility or style the record lacks keeps working's value, so one working item
+// passed from entry to entry gives each entry what the one before it had; a missing modelling
+// flag reads as true.
+void ReadItemRecord(KrMarkup& markup, KrTheme3DItem& working, int version, const BSX::BsxUnicodeString& iconDir);
+
+// Numbered children ("tdx:Key0", "tdx:Key1", ...) -----------------------------------------
+BSX::BsxUnicodeString NumberedName(const wchar_t* prefix, int index);
+// Index of a child named exactly "<prefix>%d" for a non-negative %d, or -1
+int NumberedIndex(const BSX::BsxUnicodeString& name, const wchar_t* prefix);
+struct NumberedChild {
+    int index;
+    BSX::BsxUnicodeString text;
+};
+// The numbered children "<prefix>0" to "<prefix>(count-1)" that follow the current child, as
+// count forward searches for them in turn would find them, in ascending order of index. The
+// work is bounded by the children the document holds, not by count.
+std::vector<NumberedChild> ReadNumberedChildren(KrMarkup& markup, const wchar_t* prefix, int count);
+// Number of entries a claimed count may make: never more than the document has characters,
+// since a document cannot describe more entries than that
+int ClampClaimedCount(int claimed, const BSX::BsxUnicodeString& document);
+
+// Keyword enumerations --------------------------------------------------------------------
+struct Keyword {
+    int code;
+    const wchar_t* name;
+};
+// The fallback code's keyword is written for a code the table lacks (the empty text when the
+// fallback is not in the table either), and CodeOf answers the fallback for an unknown keyword
+struct KeywordTable {
+    const Keyword* entries;
+    int count;
+    int fallback;
+};
+const wchar_t* KeywordOf(const KeywordTable& table, int code);
+// Keywords match ignoring case; false for an unknown keyword, code unchanged
+bool FindCode(const KeywordTable& table, const BSX::BsxUnicodeString& text, int& code);
+int CodeOf(const KeywordTable& table, const BSX::BsxUnicodeString& text);
 
 // Icon files
 BSX::BsxUnicodeString RelativeIconName(const BSX::BsxUnicodeString& icon, const BSX::BsxUnicodeString& dir);
