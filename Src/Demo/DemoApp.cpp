@@ -107,7 +107,7 @@ std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDra
         j.Key("seriesScale").String(drawer.IsSeriesIndependent() ? "independent" : "shared");
         j.Key("barWidth").Number(graph.GetBarWidth());
         j.Key("sizeRange").BeginArray().Number(graph.GetMinSumSize()).Number(graph.GetMaxSumSize()).EndArray();
-    } else if (theme.GetType() == KrTheme3D::Theme3DCustom || run.request.kind == 0) {
+    } else if (theme.GetType() == KrTheme3D::Theme3DCustom || run.request.kind == KrTheme3D::Theme3DNone) {
         // Heights that fields or styles give, in metres per unit of their value
         j.Key("heightScale").Number(run.heightScale);
     }

@@ -384,7 +384,7 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
     }
     run.heightScale = heightScale;
     if (heightGiven) run.chartScale.metresPerUnit = heightScale;
-    run.chartScale.fromDocument = run.request.kind == 0;
+    run.chartScale.fromDocument = run.request.kind == KrTheme3D::Theme3DNone;
     run.name = name;
     runs.push_back(run);
     return true;
