@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <unordered_map>
 
 #include "BsxArray.h"
 #include "BsxColor.h"
@@ -41,6 +42,47 @@ int QueryNumber(const BSX::BsxUnicodeString& query)
     while (start > 0 && text[start - 1] >= L'0' && text[start - 1] <= L'9') --start;
     if (start == end || end - start > 6) return 0;
     return static_cast<int>(std::wcstol(text.c_str() + start, nullptr, 10));
+}
+
+// Median distance in metres from a chart's foot to the nearest other one (0 for fewer than two):
+// the room a chart has before it runs into its neighbour
+double TypicalSpacing(const DemoLayer& layer)
+{
+    std::vector<const BSX::BsxPoint3D*> points;
+    for (const DemoFeature& f : layer.features) {
+        if (f.hasAnchor) points.push_back(&f.anchor);
+    }
+    if (points.size() < 2) return 0.0;
+    // Buckets about one chart apart: the nearest neighbour is almost always in the ring around
+    const double cell = std::max(1e-6, std::sqrt(std::fabs(layer.bounds.Width() * layer.bounds.Height()) / points.size()));
+    auto bucket = [cell](double v) { return static_cast<long long>(std::floor(v / cell)); };
+    auto key = [](long long cx, long long cy) { return cx * 2000003LL + cy; };
+    std::unordered_map<long long, std::vector<const BSX::BsxPoint3D*>> grid;
+    for (const BSX::BsxPoint3D* p : points) grid[key(bucket(p->x), bucket(p->y))].push_back(p);
+    std::vector<double> nearest;
+    for (const BSX::BsxPoint3D* p : points) {
+        double best = std::numeric_limits<double>::infinity();
+        const long long cx = bucket(p->x), cy = bucket(p->y);
+        for (long long ring = 1; ring <= 8 && !std::isfinite(best); ring *= 2) {
+            for (long long x = cx - ring; x <= cx + ring; ++x) {
+                for (long long y = cy - ring; y <= cy + ring; ++y) {
+                    auto it = grid.find(key(x, y));
+                    if (it == grid.end()) continue;
+                    for (const BSX::BsxPoint3D* q : it->second) {
+                        if (q == p) continue;
+                        // Metres on the WGS84 ellipsoid near the foot, close enough for spacing
+                        const double dx = (q->x - p->x) * 111320.0 * std::cos(p->y * 0.017453292519943295);
+                        const double dy = (q->y - p->y) * 110574.0;
+                        best = std::min(best, std::hypot(dx, dy));
+                    }
+                }
+            }
+        }
+        if (std::isfinite(best) && best > 0.0) nearest.push_back(best);
+    }
+    if (nearest.empty()) return 0.0;
+    std::nth_element(nearest.begin(), nearest.begin() + nearest.size() / 2, nearest.end());
+    return nearest[nearest.size() / 2];
 }
 
 KrColorValue3D Colour(BSX::BsxColor c)
@@ -122,7 +164,17 @@ bool DemoDrawer::PrepareGraph(std::string& error)
     const int features = static_cast<int>(std::min<size_t>(m_layer.features.size(), std::numeric_limits<int>::max()));
     m_seriesMetres.assign(static_cast<size_t>(count), 0.0);
     if (apply) {
-        if (scale.barWidth > 0.0) graph.SetBarWidth(scale.barWidth);
+        if (scale.barWidth > 0.0) {
+            graph.SetBarWidth(scale.barWidth);
+        } else if (!scale.fromDocument) {
+            // The theme's default width follows the layer's extent only; on a dense layer the
+            // bars of neighbours would merge into one mass. Keep a typical chart within its room.
+            const double side = std::sqrt(std::fabs(m_layer.bounds.Width() * m_layer.bounds.Height()) / 64800.0);
+            const double spacing = TypicalSpacing(m_layer);
+            const int across = graph.GetGraphType() == KrTheme3DGraph::GraphBar ? std::max(1, count) : 1;
+            const double fits = spacing * 0.6 / across;
+            if (fits > 0.0) graph.SetBarWidth(std::min(side * 6378137.0 / 50.0, fits));
+        }
         if (scale.sizeMax > 0.0) {
             graph.SetMinSumSize(scale.sizeMin);
             graph.SetMaxSumSize(scale.sizeMax);
