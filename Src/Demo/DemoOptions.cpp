@@ -355,8 +355,16 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
             return false;
         }
     }
-    if (given.count("--interval") && run.request.method != 5) {
-        error = "--interval has no effect with this --method; it sets the width of the fixed-interval method (5)";
+    const auto method = static_cast<KrClassMethod>(run.request.method);
+    if (given.count("--interval") && method != KrClassMethod::FixedInterval) {
+        error = std::string("--interval has no effect with --method ") + KrClassifier::MethodName(method) +
+                "; it sets the width of --method " + KrClassifier::MethodName(KrClassMethod::FixedInterval);
+        return false;
+    }
+    // These two methods make as many classes as the data asks for
+    if (given.count("--classes") && (method == KrClassMethod::FixedInterval || method == KrClassMethod::Stdev)) {
+        error = std::string("--classes has no effect with --method ") + KrClassifier::MethodName(method) +
+                ", which sets the number of classes itself";
         return false;
     }
     if (given.count("--height-scale") && given.count("--size-range")) {
