@@ -127,7 +127,8 @@ void OpenContainer(KrMarkup& markup, const wchar_t* name)
 void AddStyle(KrMarkup& markup, const KrStyle& style, int version, const wchar_t* elementName, const BsxUnicodeString* iconDir)
 {
     const BsxUnicodeString name(elementName);
-    if (iconDir) {
+    // Only a named icon file has a relative form to write
+    if (iconDir && !style.GetIconName().IsEmpty()) {
         KrStyle copy(style);
         copy.SetIconName(RelativeIconName(style.GetIconName(), *iconDir));
         markup.AddSubDoc(copy.ToXML(version, name).Cstr(), false, true);

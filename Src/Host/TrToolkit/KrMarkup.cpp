@@ -2,21 +2,41 @@
 
 #include <pugixml.hpp>
 #include <cwchar>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "KrFlatXml.h"
 
 namespace KRN {
 
 using BSX::BsxUnicodeString;
 
-struct KrMarkup::Impl {
+namespace {
+// A parsed document with the UTF-8 text it was parsed from
+struct Parsed {
     pugi::xml_document doc;
+    std::string text;
     bool wellFormed = true;
+};
+
+// A document is often parsed twice in a row: the host's base class reads its part of a theme
+// document, then the theme reads its own part of the same text. The last parse of each thread
+// is kept, and a cursor over the very same text shares it instead of parsing again. A cursor
+// that edits a shared document takes a copy of its own first.
+thread_local std::shared_ptr<Parsed> t_lastParsed;
+} // namespace
+
+struct KrMarkup::Impl {
+    std::shared_ptr<Parsed> parsed = std::make_shared<Parsed>();
     pugi::xml_node parent;  // the level FindElem searches
     pugi::xml_node element; // current element, null before the first
     pugi::xml_node child;   // current child, null before the first
 
+    pugi::xml_document& Doc() const { return parsed->doc; }
     void Reset()
     {
-        parent = doc;
+        parent = parsed->doc;
         element = pugi::xml_node();
         child = pugi::xml_node();
     }
@@ -24,11 +44,16 @@ struct KrMarkup::Impl {
     bool EnsureElement()
     {
         if (element) return true;
-        if (parent != doc) return false;
-        for (pugi::xml_node n = doc.first_child(); n; n = n.next_sibling())
+        if (parent != Doc()) return false;
+        for (pugi::xml_node n = Doc().first_child(); n; n = n.next_sibling())
             if (n.type() == pugi::node_element) { element = n; child = pugi::xml_node(); return true; }
         return false;
     }
+    // Before an edit: the document becomes this cursor's own
+    void Own();
+    // Adds an element of that name, or a copy of source, where AddElem and AddSubDoc put
+    // theirs; the node added, null when there is no place for it
+    pugi::xml_node Insert(const char* name, const pugi::xml_node* source, bool insertBefore, bool asChild);
 };
 
 namespace {
@@ -45,16 +70,95 @@ struct StringWriter : pugi::xml_writer {
 };
 BsxUnicodeString Wide(const char* text) { return BsxUnicodeString::FromUtf8(text ? text : ""); }
 
-bool NameMatches(const pugi::xml_node& n, const std::string& name)
-{
-    return n.type() == pugi::node_element && (name.empty() || name == n.name());
-}
+// An element name to search for; names in plain ASCII are compared without converting them
+class Name {
+public:
+    explicit Name(const wchar_t* name) : m_name(name && *name ? name : nullptr)
+    {
+        for (const wchar_t* p = m_name; p && *p; ++p)
+            if (*p <= 0 || *p >= 0x80) {
+                m_utf8 = Utf8(m_name);
+                m_ascii = false;
+                break;
+            }
+    }
+    bool Matches(const pugi::xml_node& n) const
+    {
+        if (n.type() != pugi::node_element) return false;
+        if (!m_name) return true;
+        if (!m_ascii) return m_utf8 == n.name();
+        const char* s = n.name();
+        const wchar_t* p = m_name;
+        for (; *p; ++p, ++s)
+            if (*s != static_cast<char>(*p)) return false;
+        return *s == 0;
+    }
 
-pugi::xml_node NextMatch(pugi::xml_node from, const std::string& name)
+private:
+    const wchar_t* m_name;
+    bool m_ascii = true;
+    std::string m_utf8;
+};
+
+pugi::xml_node NextMatch(pugi::xml_node from, const Name& name)
 {
     for (; from; from = from.next_sibling())
-        if (NameMatches(from, name)) return from;
+        if (name.Matches(from)) return from;
     return pugi::xml_node();
+}
+
+// Whether text converts to exactly utf8, compared as it converts, without converting it whole
+bool SameText(const wchar_t* text, const std::string& utf8)
+{
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const unsigned char* const end = p + utf8.size();
+    for (; *text; ++text) {
+        auto cp = static_cast<unsigned long>(*text);
+        if (cp < 0x80) {
+            if (p == end || *p != cp) return false;
+            ++p;
+            continue;
+        }
+        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+        unsigned char bytes[4];
+        size_t n = 0;
+        if (cp < 0x800) {
+            bytes[n++] = static_cast<unsigned char>(0xC0 | (cp >> 6));
+        } else if (cp < 0x10000) {
+            bytes[n++] = static_cast<unsigned char>(0xE0 | (cp >> 12));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+        } else {
+            bytes[n++] = static_cast<unsigned char>(0xF0 | (cp >> 18));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+        }
+        bytes[n++] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        if (static_cast<size_t>(end - p) < n) return false;
+        for (size_t i = 0; i < n; ++i, ++p)
+            if (*p != bytes[i]) return false;
+    }
+    return p == end;
+}
+
+// Positions of a node among its siblings, from the document down
+std::vector<size_t> PathOf(pugi::xml_node node)
+{
+    std::vector<size_t> path;
+    for (; node && node.parent(); node = node.parent()) {
+        size_t index = 0;
+        for (pugi::xml_node n = node.previous_sibling(); n; n = n.previous_sibling()) ++index;
+        path.push_back(index);
+    }
+    return std::vector<size_t>(path.rbegin(), path.rend());
+}
+
+pugi::xml_node NodeAt(pugi::xml_node node, const std::vector<size_t>& path)
+{
+    for (size_t index : path) {
+        node = node.first_child();
+        for (size_t i = 0; i < index && node; ++i) node = node.next_sibling();
+    }
+    return node;
 }
 
 BsxUnicodeString Serialize(const pugi::xml_node& node)
@@ -67,6 +171,22 @@ BsxUnicodeString Serialize(const pugi::xml_node& node)
 }
 } // namespace
 
+void KrMarkup::Impl::Own()
+{
+    if (parsed == t_lastParsed) t_lastParsed.reset();
+    if (parsed.use_count() == 1) return;
+    // Another cursor reads this document: carry the cursor over to a copy
+    auto copy = std::make_shared<Parsed>();
+    copy->doc.reset(parsed->doc);
+    copy->wellFormed = parsed->wellFormed;
+    const bool hasElement = element, hasChild = child;
+    const std::vector<size_t> parentPath = PathOf(parent), elementPath = PathOf(element), childPath = PathOf(child);
+    parsed = std::move(copy);
+    parent = NodeAt(parsed->doc, parentPath);
+    element = hasElement ? NodeAt(parsed->doc, elementPath) : pugi::xml_node();
+    child = hasChild ? NodeAt(parsed->doc, childPath) : pugi::xml_node();
+}
+
 KrMarkup::KrMarkup() : m_impl(new Impl) { m_impl->Reset(); }
 
 KrMarkup::KrMarkup(const wchar_t* text) : m_impl(new Impl) { SetDoc(text); }
@@ -75,32 +195,39 @@ KrMarkup::~KrMarkup() = default;
 
 bool KrMarkup::SetDoc(const wchar_t* text)
 {
-    m_impl->doc.reset();
-    m_impl->wellFormed = true;
-    if (text && *text) {
-        const std::string utf8 = Utf8(text);
-        pugi::xml_parse_result r = m_impl->doc.load_buffer(utf8.data(), utf8.size(), kParseFlags, pugi::encoding_utf8);
-        if (!r) {
-            m_impl->doc.reset();
-            m_impl->wellFormed = false;
+    if (t_lastParsed && text && *text && SameText(text, t_lastParsed->text)) {
+        // Served once: the reader that asked again now holds it, and it goes with that reader
+        m_impl->parsed = std::move(t_lastParsed);
+    } else {
+        std::string utf8 = Utf8(text);
+        auto parsed = std::make_shared<Parsed>();
+        if (!utf8.empty()) {
+            pugi::xml_parse_result r = parsed->doc.load_buffer(utf8.data(), utf8.size(), kParseFlags, pugi::encoding_utf8);
+            if (!r) {
+                parsed->doc.reset();
+                parsed->wellFormed = false;
+            }
+            parsed->text = std::move(utf8);
+            t_lastParsed = parsed;
         }
+        m_impl->parsed = std::move(parsed);
     }
     m_impl->Reset();
-    return m_impl->wellFormed;
+    return m_impl->parsed->wellFormed;
 }
 
-bool KrMarkup::IsWellFormed() const { return m_impl->wellFormed; }
+bool KrMarkup::IsWellFormed() const { return m_impl->parsed->wellFormed; }
 
 BsxUnicodeString KrMarkup::GetDoc() const
 {
     StringWriter out;
-    m_impl->doc.save(out, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
+    m_impl->Doc().save(out, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
     return BsxUnicodeString::FromUtf8(out.text);
 }
 
 bool KrMarkup::FindElem(const wchar_t* name)
 {
-    const std::string n = Utf8(name);
+    const Name n(name);
     pugi::xml_node start = m_impl->element ? m_impl->element.next_sibling() : m_impl->parent.first_child();
     pugi::xml_node found = NextMatch(start, n);
     if (!found) return false;
@@ -112,7 +239,7 @@ bool KrMarkup::FindElem(const wchar_t* name)
 bool KrMarkup::FindChildElem(const wchar_t* name)
 {
     if (!m_impl->EnsureElement()) return false;
-    const std::string n = Utf8(name);
+    const Name n(name);
     pugi::xml_node start = m_impl->child ? m_impl->child.next_sibling() : m_impl->element.first_child();
     pugi::xml_node found = NextMatch(start, n);
     if (!found) return false;
@@ -133,7 +260,7 @@ bool KrMarkup::IntoElem()
 
 bool KrMarkup::OutOfElem()
 {
-    if (!m_impl->element || m_impl->parent == m_impl->doc) return false;
+    if (!m_impl->element || m_impl->parent == m_impl->Doc()) return false;
     m_impl->child = m_impl->element;
     m_impl->element = m_impl->parent;
     m_impl->parent = m_impl->element.parent();
@@ -161,24 +288,39 @@ BsxUnicodeString KrMarkup::GetAttrib(const wchar_t* name) const
     return Wide(m_impl->element.attribute(Utf8(name).c_str()).value());
 }
 
+pugi::xml_node KrMarkup::Impl::Insert(const char* name, const pugi::xml_node* source, bool insertBefore, bool asChild)
+{
+    Own();
+    pugi::xml_node added;
+    if (asChild) {
+        if (!EnsureElement()) return added;
+        pugi::xml_node parent = element;
+        if (source) added = insertBefore ? parent.prepend_copy(*source) : parent.append_copy(*source);
+        else added = insertBefore ? parent.prepend_child(name) : parent.append_child(name);
+        if (added) child = added;
+    } else {
+        pugi::xml_node level = parent;
+        const pugi::xml_node at = element;
+        if (source) {
+            if (insertBefore) added = at ? level.insert_copy_before(*source, at) : level.prepend_copy(*source);
+            else added = at ? level.insert_copy_after(*source, at) : level.append_copy(*source);
+        } else {
+            if (insertBefore) added = at ? level.insert_child_before(name, at) : level.prepend_child(name);
+            else added = at ? level.insert_child_after(name, at) : level.append_child(name);
+        }
+        if (added) {
+            element = added;
+            child = pugi::xml_node();
+        }
+    }
+    return added;
+}
+
 bool KrMarkup::AddElem(const wchar_t* name, const wchar_t* text, bool insertBefore, bool asChild)
 {
     if (!name || !*name) return false;
-    const std::string n = Utf8(name);
-    pugi::xml_node added;
-    if (asChild) {
-        if (!m_impl->EnsureElement()) return false;
-        added = insertBefore ? m_impl->element.prepend_child(n.c_str()) : m_impl->element.append_child(n.c_str());
-        if (!added) return false;
-        m_impl->child = added;
-    } else {
-        pugi::xml_node level = m_impl->parent;
-        if (insertBefore) added = m_impl->element ? level.insert_child_before(n.c_str(), m_impl->element) : level.prepend_child(n.c_str());
-        else added = m_impl->element ? level.insert_child_after(n.c_str(), m_impl->element) : level.append_child(n.c_str());
-        if (!added) return false;
-        m_impl->element = added;
-        m_impl->child = pugi::xml_node();
-    }
+    pugi::xml_node added = m_impl->Insert(Utf8(name).c_str(), nullptr, insertBefore, asChild);
+    if (!added) return false;
     if (text && *text) added.text().set(Utf8(text).c_str());
     return true;
 }
@@ -186,30 +328,30 @@ bool KrMarkup::AddElem(const wchar_t* name, const wchar_t* text, bool insertBefo
 bool KrMarkup::AddSubDoc(const wchar_t* xml, bool insertBefore, bool asChild)
 {
     if (!xml || !*xml) return false;
+    // A flat fragment (a style, say) is built in place; any other goes through the parser
+    FlatXml::Document flat;
+    if (FlatXml::Split(xml, flat)) {
+        const auto utf8 = [](std::wstring_view text) { return BsxUnicodeString::ToUtf8(text.data(), text.size()); };
+        pugi::xml_node added = m_impl->Insert(utf8(flat.root).c_str(), nullptr, insertBefore, asChild);
+        if (!added) return false;
+        if (!flat.rootText.empty()) added.append_child(pugi::node_pcdata).set_value(utf8(flat.rootText).c_str());
+        for (const FlatXml::Element& element : flat.children) {
+            pugi::xml_node child = added.append_child(utf8(element.name).c_str());
+            if (!element.text.empty()) child.append_child(pugi::node_pcdata).set_value(utf8(element.text).c_str());
+        }
+        return true;
+    }
     pugi::xml_document fragment;
     const std::string utf8 = Utf8(xml);
     if (!fragment.load_buffer(utf8.data(), utf8.size(), kParseFlags, pugi::encoding_utf8)) return false;
     pugi::xml_node src = fragment.document_element();
     if (!src) return false;
-    pugi::xml_node added;
-    if (asChild) {
-        if (!m_impl->EnsureElement()) return false;
-        added = insertBefore ? m_impl->element.prepend_copy(src) : m_impl->element.append_copy(src);
-        if (!added) return false;
-        m_impl->child = added;
-    } else {
-        pugi::xml_node level = m_impl->parent;
-        if (insertBefore) added = m_impl->element ? level.insert_copy_before(src, m_impl->element) : level.prepend_copy(src);
-        else added = m_impl->element ? level.insert_copy_after(src, m_impl->element) : level.append_copy(src);
-        if (!added) return false;
-        m_impl->element = added;
-        m_impl->child = pugi::xml_node();
-    }
-    return true;
+    return m_impl->Insert(nullptr, &src, insertBefore, asChild);
 }
 
 bool KrMarkup::SetAttrib(int position, const wchar_t* name, const wchar_t* value)
 {
+    m_impl->Own();
     pugi::xml_node target = position == MNT_CHILD ? m_impl->child : m_impl->element;
     if (!target || !name || !*name) return false;
     const std::string n = Utf8(name);

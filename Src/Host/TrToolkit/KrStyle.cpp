@@ -9,23 +9,10 @@ namespace KRN {
 
 BSX::BsxUnicodeString KrStyle::ToXML(int, const BSX::BsxUnicodeString& elementName) const
 {
-    KrMarkup markup;
-    markup.AddElem(elementName.IsEmpty() ? L"tdx:Style" : elementName.Cstr());
-    StyleXml::PropertyWriter writer{markup};
-    VisitProperties(*this, writer);
-    return markup.GetDoc();
+    return StyleXml::WriteProperties(*this, elementName.IsEmpty() ? L"tdx:Style" : elementName.Cstr());
 }
 
-bool KrStyle::FromXML(const BSX::BsxUnicodeString& xml, int)
-{
-    KrMarkup markup(xml.Cstr());
-    if (!markup.FindElem()) return false;
-    KrStyle read;
-    StyleXml::PropertyReader reader{markup};
-    VisitProperties(read, reader);
-    *this = read;
-    return true;
-}
+bool KrStyle::FromXML(const BSX::BsxUnicodeString& xml, int) { return StyleXml::ReadProperties(xml, *this); }
 
 bool operator==(const KrStyle& a, const KrStyle& b)
 {

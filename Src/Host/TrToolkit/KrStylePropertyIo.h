@@ -5,15 +5,17 @@
 #include <limits>
 #include <type_traits>
 
+#include "KrFlatXml.h"
 #include "KrMarkup.h"
 #include "KrStyleXml.h"
 
 namespace KRN {
 namespace StyleXml {
 
+// Writes each property as a child of the writer's root
 struct PropertyWriter {
-    KrMarkup& markup;
-    void Add(const wchar_t* name, const BSX::BsxUnicodeString& text) { markup.AddElem(name, text.Cstr(), false, true); }
+    FlatXml::Writer& writer;
+    void Add(const wchar_t* name, const BSX::BsxUnicodeString& text) { writer.Add(name, text.Cstr()); }
     void operator()(const wchar_t* n, const bool& v) { Add(n, Bool(v)); }
     void operator()(const wchar_t* n, const float& v) { Add(n, Real(static_cast<double>(v))); }
     void operator()(const wchar_t* n, const double& v) { Add(n, Real(v)); }
@@ -26,8 +28,28 @@ struct PropertyWriter {
     }
 };
 
-// Reads each property from the first child of its name below the current element
-struct PropertyReader {
+// Finds properties among the children of a flat document the way MarkupFinder finds them
+struct FlatFinder {
+    const FlatXml::Document& document;
+    size_t next = 0;
+    bool Find(const wchar_t* name, BSX::BsxUnicodeString& text)
+    {
+        const std::wstring_view wanted(name);
+        const size_t count = document.children.size();
+        for (size_t pass = 0, i = next; pass < 2; ++pass, i = 0) {
+            for (; i < count; ++i) {
+                if (document.children[i].name != wanted) continue;
+                next = i + 1;
+                text = BSX::BsxUnicodeString(std::wstring(document.children[i].text));
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+// Finds properties among the children of the cursor's current element
+struct MarkupFinder {
     KrMarkup& markup;
     // Properties come in document order, so the search goes on from the last one found and
     // starts over only when a document has them in another order
@@ -40,6 +62,13 @@ struct PropertyReader {
         text = markup.GetChildData();
         return true;
     }
+};
+
+// Reads each property from the child of its name that the finder picks
+template <class Finder>
+struct PropertyReader {
+    Finder& finder;
+    bool Find(const wchar_t* name, BSX::BsxUnicodeString& text) { return finder.Find(name, text); }
     void operator()(const wchar_t* n, bool& v) { BSX::BsxUnicodeString t; if (Find(n, t)) v = ParseBool(t); }
     void operator()(const wchar_t* n, float& v)
     {
@@ -62,6 +91,38 @@ struct PropertyReader {
             v = static_cast<T>(x);
     }
 };
+
+// Reads a style document into a default-made S: from its parts when it is flat, else through
+// the cursor. False, and style unchanged, when the text holds no element.
+template <class S>
+bool ReadProperties(const BSX::BsxUnicodeString& xml, S& style)
+{
+    S read;
+    FlatXml::Document flat;
+    if (FlatXml::Split(xml.Cstr(), flat)) {
+        FlatFinder finder{flat};
+        PropertyReader<FlatFinder> reader{finder};
+        S::VisitProperties(read, reader);
+    } else {
+        KrMarkup markup(xml.Cstr());
+        if (!markup.FindElem()) return false;
+        MarkupFinder finder{markup};
+        PropertyReader<MarkupFinder> reader{finder};
+        S::VisitProperties(read, reader);
+    }
+    style = read;
+    return true;
+}
+
+// A style document of every property under root
+template <class S>
+BSX::BsxUnicodeString WriteProperties(const S& style, const wchar_t* root)
+{
+    FlatXml::Writer out(root);
+    PropertyWriter writer{out};
+    S::VisitProperties(style, writer);
+    return BSX::BsxUnicodeString(out.Finish());
+}
 
 } // namespace StyleXml
 } // namespace KRN

@@ -5,25 +5,9 @@
 
 namespace KRN {
 
-BSX::BsxUnicodeString KrTextStyle::ToXML(int) const
-{
-    KrMarkup markup;
-    markup.AddElem(L"tdx:TextStyle");
-    StyleXml::PropertyWriter writer{markup};
-    VisitProperties(*this, writer);
-    return markup.GetDoc();
-}
+BSX::BsxUnicodeString KrTextStyle::ToXML(int) const { return StyleXml::WriteProperties(*this, L"tdx:TextStyle"); }
 
-bool KrTextStyle::FromXML(const BSX::BsxUnicodeString& xml, int)
-{
-    KrMarkup markup(xml.Cstr());
-    if (!markup.FindElem()) return false;
-    KrTextStyle read;
-    StyleXml::PropertyReader reader{markup};
-    VisitProperties(read, reader);
-    *this = read;
-    return true;
-}
+bool KrTextStyle::FromXML(const BSX::BsxUnicodeString& xml, int) { return StyleXml::ReadProperties(xml, *this); }
 
 bool operator==(const KrTextStyle& a, const KrTextStyle& b)
 {
