@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "KrMarkup.h"
-#include "KrTheme3DItem.h"
 #include "KrTheme3DStyle.h"
 #include "KrThemeXml.h"
 #include "TestSupport.h"
@@ -117,32 +116,4 @@ TEST(ThemeXmlConventionsTest, ReadingEnvelopeKeepsTheKindsTypeCode)
     KrMarkup back(m.GetDoc().Cstr());
     ASSERT_TRUE(back.FindChildElem(L"tdx:Half"));
     EXPECT_EQ(back.GetChildData(), L"0.5");
-}
-
-TEST(KrTheme3DItemTest, CopiesShareNothing)
-{
-    KrTheme3DItem source;
-    EXPECT_TRUE(source.Visible);
-    EXPECT_FALSE(source.ModellingStyleEnabled);
-    source.Visible = false;
-    source.Caption = L"caption";
-    source.Style.SetIconName(L"/i.png");
-    source.TextStyle.SetSize(17);
-    source.ModellingStyleEnabled = true;
-    KrTheme3DItem copy(source);
-    KrTheme3DItem assigned;
-    assigned = source;
-    for (const KrTheme3DItem* c : {&copy, &assigned}) {
-        EXPECT_EQ(c->Visible, source.Visible);
-        EXPECT_EQ(c->Caption, source.Caption);
-        EXPECT_EQ(c->Style, source.Style);
-        EXPECT_EQ(c->TextStyle, source.TextStyle);
-        EXPECT_EQ(c->ModellingStyleEnabled, source.ModellingStyleEnabled);
-    }
-    copy.Style.SetIconName(L"/other.png");
-    copy.Caption += L"!";
-    EXPECT_EQ(source.Style.GetIconName(), L"/i.png");
-    EXPECT_EQ(source.Caption, L"caption");
-    assigned = assigned;
-    EXPECT_EQ(assigned.Caption, L"caption");
 }
