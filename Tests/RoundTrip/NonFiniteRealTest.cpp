@@ -87,20 +87,14 @@ TEST(NonFiniteReals, SurviveEveryElementOfEveryKindThroughRepeatedSaves)
             covered.insert(name);
             for (const auto& probe : probes) {
                 const std::string first = kind.second(with(probe.first)), second = kind.second(first);
-                const std::string text = ElementText(first, name, occurrence);
-                EXPECT_TRUE(text.find(probe.second) != std::string::npos &&
-                            (probe.second[0] == '-' || text.find(std::string("-") + probe.second) == std::string::npos))
-                    << name << " " << occurrence << " with " << probe.first << ": " << text;
+                // The value itself comes back: "inf" is not "-inf", and neither is 0
+                EXPECT_TRUE(std::regex_search(ElementText(first, name, occurrence), std::regex(std::string("[<>=]") + probe.second)))
+                    << name << " " << occurrence << " with " << probe.first << ": " << ElementText(first, name, occurrence);
                 EXPECT_EQ(first, second) << name << " with " << probe.first;
                 EXPECT_EQ(second, kind.second(second)) << name << " with " << probe.first;
             }
         });
     }
-    const std::set<std::string> expected = {"tdx:RangeValue", "tdx:BarWidth", "tdx:StartAngle", "tdx:MinSum",
-                                            "tdx:MaxSum", "tdx:SqrtMinSum", "tdx:SqrtMaxSum", "tdx:LogMinSum",
-                                            "tdx:LogMaxSum", "tdx:cx", "tdx:cy", "tdx:ArrayField0"};
-    for (const std::string& name : expected) EXPECT_TRUE(covered.count(name)) << name << " not covered";
-    std::string list;
-    for (const std::string& name : covered) list += name + " ";
-    RecordProperty("covered", list);
+    // One element of each writer: range texts, the graph's table, its sizes, the chart item's values
+    for (const char* name : {"tdx:RangeValue", "tdx:BarWidth", "tdx:cx", "tdx:ArrayField0"}) EXPECT_TRUE(covered.count(name)) << name;
 }
