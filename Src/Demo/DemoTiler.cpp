@@ -484,6 +484,8 @@ bool TreeRun::WriteContent(Worker& worker, const DemoTileNode& node, std::vector
     DemoDrawnFeature out;
     size_t next = 0;
     while (next < batch.size() || next == 0) {
+        // Feature ids count from 0 in every content, so that its feature table stays small
+        const size_t first = next;
         size_t vertices = 0;
         labels = DemoJson();
         labels.BeginObject().Key("labels").BeginArray();
@@ -491,6 +493,7 @@ bool TreeRun::WriteContent(Worker& worker, const DemoTileNode& node, std::vector
         for (; next < batch.size(); ++next) {
             const Candidate& c = *batch[next];
             worker.drawer->Draw(c.feature, static_cast<size_t>(c.fid), out);
+            scene.BeginFeature(static_cast<std::uint32_t>(next - first), "#" + std::to_string(c.fid));
             if (out.drawn && out.style) scene.AddFeature(c.feature, *out.style);
             if (out.chart) scene.AddChart(*out.chart);
             if (m_labels && !out.label.IsEmpty() && c.feature.hasAnchor) {
@@ -652,7 +655,7 @@ void RemoveAll(const std::vector<std::string>& files, const std::string& tilesDi
 }
 
 int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sampleLayer, const DemoTileTree& tree,
-            KrTheme3DFactory& factory, int threads)
+            KrTheme3DFactory& factory, int threads, DemoJson& themes)
 {
     std::string error;
     auto started = Clock::now();
@@ -719,6 +722,10 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
                 drawing.Written().size(), static_cast<double>(drawing.Bytes() + document.size()) / 1e6, threads,
                 seconds > 0 ? static_cast<double>(tree.GetTotal()) / seconds : 0.0, drawing.FirstTileMs(), seconds);
     std::printf("         tileset: %s\n", tilesetPath.c_str());
+    themes.BeginObject().Key("name").String(name).Key("kind").String(DemoThemeBuilder::KindName(master->GetType()));
+    themes.Key("tileset").String(name + "/tileset.json").Key("xml").String(name + "/theme.xml");
+    themes.Key("heightScale").Number(run.heightScale).Key("tiles").Integer(static_cast<long long>(tree.GetNodes().size()));
+    themes.Key("depth").Integer(tree.GetDepth()).EndObject();
     return 0;
 }
 
@@ -750,9 +757,22 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 3;
     }
+    // The manifest names every tileset, so that a viewer needs nothing but the output folder
+    DemoJson manifest;
+    const std::array<double, 4> extent = scan.tree.GetExtent();
+    manifest.BeginObject().Key("layer").BeginObject().Key("name").String(sampleLayer.name);
+    manifest.Key("features").Integer(static_cast<long long>(scan.features)).Key("extent").BeginObject();
+    manifest.Key("west").Number(extent[0]).Key("south").Number(extent[1]).Key("east").Number(extent[2]);
+    manifest.Key("north").Number(extent[3]).EndObject().EndObject().Key("themes").BeginArray();
     for (const DemoRun& run : options.runs) {
-        const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads);
+        const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads, manifest);
         if (result != 0) return result;
+    }
+    manifest.EndArray().EndObject();
+    const std::string text = manifest.Text() + "\n";
+    if (!DemoTileset::WriteAtomically(options.outDir + "/scene.json", text.data(), text.size(), false, error)) {
+        std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
+        return 3;
     }
     return 0;
 }
