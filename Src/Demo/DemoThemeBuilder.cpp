@@ -195,8 +195,17 @@ bool BuildRange(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DRang
         for (double b : classification.breaks) quantiles.Add(b);
     }
     theme.SetExpression(Wide(r.field));
-    if (!theme.MakeDefault(own ? r.method : static_cast<int>(KrClassMethod::Quantile), r.classes, data, quantiles,
-                           r.interval)) {
+    // Statistics of the whole layer gathered in parts serve the theme's own methods; the others
+    // classify the values at hand
+    const bool whole = r.statistics && own;
+    BSX::BsxArray<double> wholeBreaks;
+    if (whole && quantile) {
+        for (double b : r.quantileBreaks) wholeBreaks.Add(b);
+    }
+    const bool made = whole ? theme.MakeDefault(r.method, r.classes, *r.statistics, wholeBreaks, r.interval)
+                            : theme.MakeDefault(own ? r.method : static_cast<int>(KrClassMethod::Quantile), r.classes,
+                                                data, quantiles, r.interval);
+    if (!made) {
         error = "the field '" + r.field + "' has fewer than two numeric values to classify";
         return false;
     }

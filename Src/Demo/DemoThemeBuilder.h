@@ -9,6 +9,7 @@
 
 #include "DemoLayer.h"
 #include "KrClassifier.h"
+#include "KrClassStatistics.h"
 #include "KrTheme3D.h"
 
 namespace KRN {
@@ -34,6 +35,11 @@ struct DemoThemeRequest {
     std::vector<std::pair<std::string, std::string>> customProperties;
     // Most classes a unique theme gets; the rest of the values fall to "Other values"
     int maxClasses = 1024;
+    // Range classification from statistics of the whole layer gathered in parts (the tiled
+    // output never holds the layer's values): when set, the extremes, mean and spread and the
+    // quantile breaks come from here instead of the layer's values
+    std::shared_ptr<const KrClassStatistics> statistics;
+    std::vector<double> quantileBreaks;
 };
 
 // What a build decided that the user should hear about

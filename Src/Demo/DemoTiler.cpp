@@ -26,6 +26,8 @@
 #include "DemoThemeBuilder.h"
 #include "DemoTileTree.h"
 #include "DemoTileset.h"
+#include "KrClassStatistics.h"
+#include "KrQuantileSketch.h"
 
 namespace KRN {
 
@@ -44,6 +46,8 @@ constexpr size_t kMaxContentBytes = 16u << 20;
 constexpr size_t kVertexBytes = 28;
 // Room around a tile's rectangle when asking the source for its features, in degrees
 constexpr double kQueryMargin = 1e-9;
+// Identifiers per span of the scan: the unit that threads take in turn
+constexpr long long kScanSpan = 1 << 16;
 
 std::atomic<int> g_signal{0};
 
@@ -246,7 +250,10 @@ void Offer(std::vector<Sampled>& heap, Sampled&& s)
     }
 }
 
-void ScanPart(DemoLayerStream& stream, Scan& scan, std::atomic<std::uint64_t>& read)
+void Measure(const DemoFeature& f, std::vector<struct FieldStatistics>& fields);
+
+void ScanPart(DemoLayerStream& stream, Scan& scan, std::vector<struct FieldStatistics>& fields,
+              std::atomic<std::uint64_t>& read)
 {
     DemoFeature f;
     long long fid = 0;
@@ -254,6 +261,7 @@ void ScanPart(DemoLayerStream& stream, Scan& scan, std::atomic<std::uint64_t>& r
         if (g_signal.load() != 0) return;
         ++scan.features;
         read.fetch_add(1, std::memory_order_relaxed);
+        Measure(f, fields);
         if (!f.hasAnchor) {
             ++scan.unanchored;
             continue;
@@ -275,9 +283,34 @@ void ScanPart(DemoLayerStream& stream, Scan& scan, std::atomic<std::uint64_t>& r
 
 namespace {
 
-// Reads the whole layer once, in parallel spans of identifiers where the source can select
-// them: the anchors' grid counts and the sample
-bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& sampleLayer, std::string& error)
+// Statistics of one range theme's field, gathered span by span
+struct FieldStatistics {
+    BSX::BsxUnicodeString field;
+    KrClassStatistics statistics;
+    KrQuantileSketch sketch;
+};
+
+void Measure(const DemoFeature& f, std::vector<FieldStatistics>& fields)
+{
+    for (FieldStatistics& s : fields) {
+        BSX::BsxVariant v;
+        double d = 0.0;
+        if (f.feature->GetValue(s.field, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d)) {
+            s.statistics.Add(d);
+            s.sketch.Add(d);
+        } else {
+            s.statistics.AddNoData();
+            s.sketch.AddNoData();
+        }
+    }
+}
+
+// Reads the whole layer once, in spans of identifiers that threads take in turn where the
+// source can select them: the anchors' grid counts, the sample, and the statistics of every
+// range theme's field. Spans have a fixed size and their statistics merge in span order, so
+// that the result is the same whatever the number of threads.
+bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& sampleLayer,
+               std::vector<FieldStatistics>& fields, std::string& error)
 {
     DemoLayerStream first;
     if (!first.Open(options.dataPath, options.layerName, error)) return false;
@@ -290,22 +323,41 @@ bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& s
     sampleLayer.fields = first.GetFields();
     sampleLayer.bounds = BSX::BsxRect2D(west, north, east, south);
     const long long count = first.CountHint();
-    const int parts = count > 0 && first.ResetSpan(0, 1) ? std::max(1, threads) : 1;
+    // Identifiers start at 0 or 1 in the formats that number their records; the last span is
+    // open so that sparse or shifted identifiers are still all read
+    const long long spans = count > 0 && first.ResetSpan(0, 1) ? count / kScanSpan + 1 : 1;
+    const int parts = static_cast<int>(std::min<long long>(std::max(1, threads), spans));
     std::vector<Scan> scans(static_cast<size_t>(parts));
     std::vector<std::string> errors(static_cast<size_t>(parts));
     std::atomic<std::uint64_t> read{0};
-    // Identifiers start at 0 or 1 in the formats that number their records; the last span is
-    // open so that sparse or shifted identifiers are still all read
-    const long long step = parts > 1 ? (count + parts) / parts : 0;
+    std::atomic<long long> nextSpan{0};
+    std::mutex merging;
+    std::vector<std::unique_ptr<std::vector<FieldStatistics>>> finished(static_cast<size_t>(spans));
+    long long merged = 0;
     auto work = [&](int k) {
         Scan& part = scans[static_cast<size_t>(k)];
         part.tree.SetExtent(west, south, east, north);
         DemoLayerStream own;
         DemoLayerStream& stream = k == 0 ? first : own;
         if (k > 0 && !own.Open(options.dataPath, options.layerName, errors[static_cast<size_t>(k)])) return;
-        if (parts == 1) stream.Reset();
-        else stream.ResetSpan(step * k, k == parts - 1 ? (1LL << 62) : step * (k + 1));
-        ScanPart(stream, part, read);
+        for (long long span = nextSpan++; span < spans && g_signal.load() == 0; span = nextSpan++) {
+            if (spans == 1) stream.Reset();
+            else stream.ResetSpan(span * kScanSpan, span == spans - 1 ? (1LL << 62) : (span + 1) * kScanSpan);
+            auto own = std::make_unique<std::vector<FieldStatistics>>();
+            own->resize(fields.size());
+            for (size_t i = 0; i < fields.size(); ++i) (*own)[i].field = fields[i].field;
+            ScanPart(stream, part, *own, read);
+            // Spans merge in their order as soon as the ones before them are done
+            std::lock_guard<std::mutex> lock(merging);
+            finished[static_cast<size_t>(span)] = std::move(own);
+            for (; merged < spans && finished[static_cast<size_t>(merged)]; ++merged) {
+                for (size_t i = 0; i < fields.size(); ++i) {
+                    fields[i].statistics.Merge((*finished[static_cast<size_t>(merged)])[i].statistics);
+                    fields[i].sketch.Merge((*finished[static_cast<size_t>(merged)])[i].sketch);
+                }
+                finished[static_cast<size_t>(merged)].reset();
+            }
+        }
     };
     {
         DemoProgress progress("scan", count > 0 ? static_cast<size_t>(count) : 0, options.progress);
@@ -739,7 +791,18 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     Scan scan;
     DemoLayer sampleLayer;
     std::string error;
-    if (!ScanLayer(options, threads, scan, sampleLayer, error)) {
+    // Range themes classify from statistics of every feature, gathered while scanning
+    std::vector<FieldStatistics> fields;
+    std::vector<int> fieldOfRun;
+    for (const DemoRun& run : options.runs) {
+        const bool ranged = run.request.kind == KrTheme3D::Theme3DRange && !run.request.field.empty();
+        fieldOfRun.push_back(ranged ? static_cast<int>(fields.size()) : -1);
+        if (ranged) {
+            fields.emplace_back();
+            fields.back().field = BSX::BsxUnicodeString::FromUtf8(run.request.field);
+        }
+    }
+    if (!ScanLayer(options, threads, scan, sampleLayer, fields, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
     }
@@ -764,7 +827,20 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     manifest.Key("features").Integer(static_cast<long long>(scan.features)).Key("extent").BeginObject();
     manifest.Key("west").Number(extent[0]).Key("south").Number(extent[1]).Key("east").Number(extent[2]);
     manifest.Key("north").Number(extent[3]).EndObject().EndObject().Key("themes").BeginArray();
-    for (const DemoRun& run : options.runs) {
+    for (size_t i = 0; i < options.runs.size(); ++i) {
+        DemoRun run = options.runs[i];
+        if (fieldOfRun[i] >= 0) {
+            const FieldStatistics& f = fields[static_cast<size_t>(fieldOfRun[i])];
+            run.request.statistics = std::make_shared<KrClassStatistics>(f.statistics);
+            // Quantile breaks as the layer's sorted values would give them: the value at rank
+            // k/n for each class k after the first, a run of equal values in one class
+            const std::int64_t n = std::min<std::int64_t>(run.request.classes, f.sketch.GetCount());
+            for (std::int64_t k = 1; k < n; ++k) {
+                const double b = f.sketch.GetQuantile(static_cast<double>(k) / static_cast<double>(n));
+                if (run.request.quantileBreaks.empty() || run.request.quantileBreaks.back() != b)
+                    run.request.quantileBreaks.push_back(b);
+            }
+        }
         const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads, manifest);
         if (result != 0) return result;
     }
