@@ -413,8 +413,8 @@ struct Worker {
 class TreeRun {
 public:
     TreeRun(const DemoOptions& options, const DemoRun& run, const DemoTileTree& tree, const std::string& dir,
-            bool labels)
-        : m_options(options), m_run(run), m_tree(tree), m_dir(dir), m_labels(labels),
+            bool labels, Clock::time_point started)
+        : m_options(options), m_run(run), m_tree(tree), m_dir(dir), m_labels(labels), m_started(started),
           m_capacity(static_cast<size_t>(options.tileFeatures)), m_nodes(tree.GetNodes().size())
     {
         for (size_t i = 0; i < m_nodes.size(); ++i) m_nodes[i].childrenLeft = tree.GetNodes()[i].children.size();
@@ -446,10 +446,11 @@ private:
     const DemoTileTree& m_tree;
     const std::string m_dir;
     const bool m_labels;
+    // When the program started: the first tile's time counts the scan and the theme's building
+    const Clock::time_point m_started;
     const size_t m_capacity;
     std::vector<NodeState> m_nodes;
     std::vector<int> m_leaves;
-    Clock::time_point m_started = Clock::now();
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
@@ -500,7 +501,6 @@ void TreeRun::Loop(Worker& worker)
 
 bool TreeRun::Draw(std::vector<Worker>& workers, std::string& error)
 {
-    m_started = Clock::now();
     if (m_nodes.empty()) return true;
     std::vector<std::thread> pool;
     for (Worker& w : workers) pool.emplace_back([this, &w] { Loop(w); });
@@ -707,7 +707,7 @@ void RemoveAll(const std::vector<std::string>& files, const std::string& tilesDi
 }
 
 int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sampleLayer, const DemoTileTree& tree,
-            KrTheme3DFactory& factory, int threads, DemoJson& themes)
+            KrTheme3DFactory& factory, int threads, Clock::time_point programStart, DemoJson& themes)
 {
     std::string error;
     auto started = Clock::now();
@@ -743,7 +743,7 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
     }
     RemoveTiles(tilesDir);
     const bool labels = master->GetType() == KrTheme3D::Theme3DLabel;
-    TreeRun drawing(options, run, tree, dir, labels);
+    TreeRun drawing(options, run, tree, dir, labels, programStart);
     const bool drawn = drawing.Draw(workers, error);
     const double drawMs = std::chrono::duration<double, std::milli>(Clock::now() - started).count();
     std::string document;
@@ -841,7 +841,7 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
                     run.request.quantileBreaks.push_back(b);
             }
         }
-        const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads, manifest);
+        const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads, started, manifest);
         if (result != 0) return result;
     }
     manifest.EndArray().EndObject();
