@@ -421,7 +421,10 @@ void DemoDrawer::Draw(const DemoFeature& f, size_t i, DemoDrawnFeature& out)
     case KrTheme3D::Theme3DLabel: {
         BSX::BsxVariant v;
         f.feature->GetValue(m_expression, v);
-        out.label = m_theme.GetStringFromVariant(v);
+        // The theme's text for a missing value ("<NULL>") is right for a table, not for a map:
+        // a feature without a value goes unlabelled
+        if (v.IsNull()) out.label.Empty();
+        else out.label = m_theme.GetStringFromVariant(v);
         out.legendEntry = out.label.IsEmpty() ? m_hiddenEntry : 0;
         break;
     }
