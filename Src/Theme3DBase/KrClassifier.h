@@ -65,7 +65,10 @@ class TR_THEME3D_API KrClassifier {
 public:
     // values in any order; hostNulls are the features whose field the host reported as NULL
     explicit KrClassifier(const std::vector<double>& values, std::int64_t hostNulls = 0);
-    // The sketch's retained values with their weights
+    // The sketch's retained values with their weights. Every method then works on that summary:
+    // natural breaks are the optimal ones for the weighted values, and each break is a retained
+    // data value whose rank in the whole data is known within the sketch's rank error, so a
+    // class count is off by at most twice that error times the count
     explicit KrClassifier(const KrQuantileSketch& sketch);
 
     // Distinct finite values ascending, and how many values each stands for
