@@ -7,11 +7,12 @@
 
 #include "KrGeoCompound.h"
 #include "KrGeoCylinder.h"
+#include "KrGeometryManager.h"
 #include "KrGeoPieCylinder.h"
 #include "KrGeoText3D.h"
-#include "KrGeometryManager.h"
 #include "KrSubText3D.h"
 #include "KrTheme3DGraph.h"
+#include "KrThemeRules.h"
 
 namespace KRN {
 
@@ -19,7 +20,7 @@ using BSX::BsxPoint3D;
 using BSX::BsxUnicodeString;
 
 namespace {
-const double kNearZero = 1e-10;
+const double kNearZero = ThemeRules::kTolerance;
 const double kReplacement = 0.001;
 const double kDegToRad = 0.017453292519943295;
 const double kEarthRadius = 6378137.0;

@@ -1,11 +1,12 @@
 #include "KrTheme3DLabel.h"
 
-#include <memory>
 
 #include "BsxColor.h"
 #include "BsxTime.h"
 #include "KrMarkup.h"
 #include "KrStringEx.h"
+#include "KrTheme3DItemStore.h"
+#include "KrThemeRules.h"
 #include "KrThemeXml.h"
 
 namespace KRN {
@@ -95,12 +96,7 @@ KrTheme3DLabel::KrTheme3DLabel(const KrTheme3DLabel& other)
       m_alongline(other.m_alongline), m_numFormat(other.m_numFormat), m_floatFormat(other.m_floatFormat),
       m_defaultFormatInUse(other.m_defaultFormatInUse)
 {
-    try {
-        for (const auto& entry : other.m_items) m_items.SetAt(entry.first, new KrTheme3DItem(*entry.second));
-    } catch (...) {
-        Release();
-        throw;
-    }
+    ItemStore::CopyAll(other.m_items, m_items);
 }
 
 KrTheme3DLabel& KrTheme3DLabel::operator=(const KrTheme3DLabel& other)
@@ -125,24 +121,20 @@ void KrTheme3DLabel::Swap(const KrTheme3DLabel& other)
 
 void KrTheme3DLabel::Release()
 {
-    for (auto& entry : m_items) delete entry.second;
-    m_items.RemoveAll();
+    ItemStore::Release(m_items);
 }
 
 bool KrTheme3DLabel::Add(const BsxUnicodeString& key, const KrTheme3DItem& item)
 {
     if (IsExist(key)) return false;
-    auto copy = std::make_unique<KrTheme3DItem>(item);
-    m_items.SetAt(key, copy.get());
-    copy.release();
+    ItemStore::Add(m_items, key, item);
     m_itemKeys.Add(key);
     return true;
 }
 
 KrTheme3DItem* KrTheme3DLabel::Find(const BsxUnicodeString& key) const
 {
-    KrTheme3DItem* const* found = m_items.Find(key);
-    return found ? *found : nullptr;
+    return ItemStore::Find(m_items, key);
 }
 
 bool KrTheme3DLabel::IsExist(const BsxUnicodeString& key) const { return Find(key) != nullptr; }
@@ -188,10 +180,7 @@ bool KrTheme3DLabel::IsAlonglineText() { return m_alongline; }
 
 BsxUnicodeString KrTheme3DLabel::GetFieldName(bool alias) const
 {
-    const BsxUnicodeString name = kFieldPrefix + m_aliasSuffix;
-    if (!alias) return name;
-    if (m_expression.IsEmpty()) return BsxUnicodeString();
-    return m_expression + L" as " + name;
+    return ThemeRules::FieldName(kFieldPrefix, m_aliasSuffix, m_expression, alias);
 }
 
 BsxUnicodeString KrTheme3DLabel::GetStringFromVariant(const BsxVariant& value)

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "KrStyle.h"
+#include "KrTheme3DItemStore.h"
+#include "KrThemeRules.h"
 #include "KrThemeXml.h"
 
 namespace KRN {
@@ -15,7 +17,7 @@ namespace {
 
 constexpr const wchar_t* kFieldPrefix = L"Theme3DRange";
 constexpr const wchar_t* kSourceFile = L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DRange";
-constexpr double kTolerance = 1e-10;
+constexpr double kTolerance = ThemeRules::kTolerance;
 // Up to this many breaks a walk is cheaper than checking the order and searching
 constexpr int kWalkBreaks = 8;
 
@@ -60,17 +62,18 @@ void KrTheme3DRange::Swap(const KrTheme3DRange& other)
     Expression = other.Expression;
     FieldExpressions = other.FieldExpressions;
     ClassType = other.ClassType;
-    Items.Reserve(other.Items.GetSize());
-    for (const KrTheme3DItem* item : other.Items)
-        if (item) Items.Add(new KrTheme3DItem(*item));
-    Values = other.Values;
+    try {
+        ItemStore::CopyAll(other.Items, Items);
+        Values = other.Values;
+    } catch (...) {
+        Release();
+        Values.RemoveAll();
+        throw;
+    }
     m_order = other.m_order;
 }
 
-void KrTheme3DRange::Release()
-{
-    for (KrTheme3DItem* item : Items) delete item;
-}
+void KrTheme3DRange::Release() { ItemStore::Release(Items); }
 
 // Break order bookkeeping ---------------------------------------------------------------
 
@@ -138,14 +141,14 @@ int KrTheme3DRange::Add(double value, const KrTheme3DItem& item)
         m_order = BreakOrder();
         Values.Add(value);
         NoteInserted(0);
-        Items.Add(new KrTheme3DItem(item));
-        Items.Add(new KrTheme3DItem(item));
+        ItemStore::Insert(Items, 0, item);
+        ItemStore::Insert(Items, 1, item);
         return GetCount();
     }
     if (Find(value) >= 0) return GetCount();
     const int position = Values.Add(value);
     NoteInserted(position);
-    Items.Add(new KrTheme3DItem(item));
+    ItemStore::Insert(Items, Items.GetSize(), item);
     return GetCount();
 }
 
@@ -160,7 +163,7 @@ bool KrTheme3DRange::InsertAt(int index, double value, const KrTheme3DItem& item
     const int position = (index < 0 || index >= before) ? before : index;
     Values.InsertAt(index, value);
     NoteInserted(position);
-    Items.InsertAt(index, new KrTheme3DItem(item));
+    ItemStore::Insert(Items, index, item);
     return true;
 }
 
@@ -363,10 +366,7 @@ BsxUnicodeString KrTheme3DRange::GetExpression() const { return Expression; }
 
 BsxUnicodeString KrTheme3DRange::GetFieldName(bool alias) const
 {
-    const BsxUnicodeString name = BsxUnicodeString(kFieldPrefix) + m_aliasSuffix;
-    if (!alias) return name;
-    if (Expression.IsEmpty()) return BsxUnicodeString();
-    return Expression + L" as " + name;
+    return ThemeRules::FieldName(kFieldPrefix, m_aliasSuffix, Expression, alias);
 }
 
 bool KrTheme3DRange::CheckFieldType(int fieldType)

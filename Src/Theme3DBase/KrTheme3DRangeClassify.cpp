@@ -4,6 +4,7 @@
 
 #include "KrLogFile.h"
 #include "KrTheme3DRange.h"
+#include "KrThemeRules.h"
 
 namespace KRN {
 
@@ -11,7 +12,7 @@ using BSX::BsxArray;
 
 namespace {
 
-constexpr double kTolerance = 1e-10;
+constexpr double kTolerance = ThemeRules::kTolerance;
 constexpr double kHalf = 0.5;
 constexpr double kLogBase = 10.0;
 constexpr double kMaxClassesReal = 32767.0;

@@ -1,9 +1,10 @@
 #include "KrTheme3DUnique.h"
 
 #include <cmath>
-#include <memory>
 
 #include "KrMarkup.h"
+#include "KrTheme3DItemStore.h"
+#include "KrThemeRules.h"
 #include "KrThemeXml.h"
 
 namespace KRN {
@@ -53,9 +54,14 @@ void KrTheme3DUnique::Swap(const KrTheme3DUnique& other)
     FieldExpressions = other.FieldExpressions;
     DefaultStyle = other.DefaultStyle;
     DefaultModellingStyleEnabled = other.DefaultModellingStyleEnabled;
-    Values = other.Values;
-    for (const auto& entry : other.Items) Items.SetAt(entry.first, new KrTheme3DItem(*entry.second));
-    m_numeric = other.m_numeric;
+    try {
+        ItemStore::CopyAll(other.Items, Items);
+        Values = other.Values;
+        m_numeric = other.m_numeric;
+    } catch (...) {
+        RemoveAll();
+        throw;
+    }
 }
 
 // Lookups -----------------------------------------------------------------------------------
@@ -148,8 +154,7 @@ bool KrTheme3DUnique::IsModellingStyleEnabled(const BsxVariant& value) const
 
 KrTheme3DItem* KrTheme3DUnique::Find(const BsxUnicodeString& value) const
 {
-    KrTheme3DItem* const* found = Items.Find(value);
-    return found ? *found : nullptr;
+    return ItemStore::Find(Items, value);
 }
 
 bool KrTheme3DUnique::IsExist(const BsxUnicodeString& value) const { return Find(value) != nullptr; }
@@ -172,12 +177,11 @@ bool KrTheme3DUnique::Add(const BsxUnicodeString& value, const KrTheme3DItem& it
 bool KrTheme3DUnique::InsertItem(int index, const BsxUnicodeString& value, const KrTheme3DItem& item)
 {
     if (IsExist(value)) return false;
-    auto copy = std::make_unique<KrTheme3DItem>(item);
     const int count = GetCount();
     const int position = (index < 0 || index > count) ? count : index;
+    ItemStore::Add(Items, value, item);
     if (position < count) IndexShift(position, 1);
     Values.InsertAt(position, value);
-    Items.SetAt(value, copy.release());
     IndexAdd(value, position);
     return true;
 }
@@ -228,9 +232,7 @@ void KrTheme3DUnique::RemoveAll()
 
 void KrTheme3DUnique::Release()
 {
-    if (Items.IsEmpty()) return;
-    for (auto& entry : Items) delete entry.second;
-    Items.RemoveAll();
+    if (!Items.IsEmpty()) ItemStore::Release(Items);
 }
 
 // Numeric index -----------------------------------------------------------------------------
@@ -342,10 +344,7 @@ BsxUnicodeString KrTheme3DUnique::GetExpression() const { return Expression; }
 
 BsxUnicodeString KrTheme3DUnique::GetFieldName(bool alias) const
 {
-    const BsxUnicodeString name = kFieldPrefix + m_aliasSuffix;
-    if (!alias) return name;
-    if (Expression.IsEmpty()) return BsxUnicodeString();
-    return Expression + L" as " + name;
+    return ThemeRules::FieldName(kFieldPrefix, m_aliasSuffix, Expression, alias);
 }
 
 bool KrTheme3DUnique::CheckFieldType(int fieldType)

@@ -10,6 +10,7 @@
 #include "KrStyle.h"
 #include "KrTheme3DItem.h"
 #include "KrTheme3DStyle.h"
+#include "KrThemeRules.h"
 #include "Theme3DBaseExport.h"
 
 namespace KRN {
@@ -126,8 +127,8 @@ private:
     struct NumericOrder {
         using is_transparent = void;
         bool operator()(double a, double b) const { return a < b; }
-        bool operator()(double key, const Window& w) const { return key - w.number <= -1e-10; }
-        bool operator()(const Window& w, double key) const { return key - w.number >= 1e-10; }
+        bool operator()(double key, const Window& w) const { return key - w.number <= -ThemeRules::kTolerance; }
+        bool operator()(const Window& w, double key) const { return key - w.number >= ThemeRules::kTolerance; }
     };
     std::multimap<double, int, NumericOrder> m_numeric;
 };
