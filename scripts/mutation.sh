@@ -5,20 +5,22 @@
 # programs and the fuzz replays, and reports how many changes the tests catch. It works on a
 # copy of the tracked sources in build/mutation/tree, so the working tree is never touched.
 #
-#   bash scripts/mutation.sh [--sample N] [--seed S] [--timeout SECONDS] [--list]
+#   bash scripts/mutation.sh [--sample N] [--seed S] [--timeout SECONDS] [--exclude REGEX] [--list]
 #
 # The same seed and sample size pick the same changes on the same sources, so a score can be
 # compared before and after a change to the tests. A change that does not compile is not
-# counted.
+# counted. --exclude leaves out the files whose path matches a Python regular expression, so that
+# a score taken before files were added can be compared with one over the same files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-sample=60 seed=15 timeout=120 list=0
+sample=60 seed=15 timeout=120 list=0 exclude='^$' 
 while [[ $# -gt 0 ]]; do
   case "$1" in
     --sample) sample="$2"; shift 2 ;;
     --seed) seed="$2"; shift 2 ;;
     --timeout) timeout="$2"; shift 2 ;;
+    --exclude) exclude="$2"; shift 2 ;;
     --list) list=1; shift ;;
     -h|--help) sed -n '2,11p' "$0"; exit 0 ;;
     *) echo "mutation.sh: unknown option $1" >&2; exit 2 ;;
@@ -28,18 +30,34 @@ done
 root=build/mutation
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-rm -rf "$root/tree"
+# Only files whose content differs are copied (with a fresh time), so that the build there sees
+# every change since the last run and rebuilds nothing else
 mkdir -p "$root/tree"
 git ls-files -co --exclude-standard -z -- CMakeLists.txt CMakePresets.json Src Tests Fuzz |
-  tar --null -T - -cf - | tar -xf - -C "$root/tree"
+  /usr/bin/python3 -c '
+import filecmp, os, shutil, sys
+tree = sys.argv[1]
+wanted = [p for p in sys.stdin.read().split("\0") if p and os.path.isfile(p)]
+for p in wanted:
+    target = os.path.join(tree, p)
+    if not os.path.exists(target) or not filecmp.cmp(p, target, shallow=False):
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        shutil.copyfile(p, target)
+keep = set(wanted)
+for folder, _, files in os.walk(tree):
+    for f in files:
+        rel = os.path.relpath(os.path.join(folder, f), tree)
+        if rel not in keep: os.remove(os.path.join(folder, f))
+' "$root/tree"
 cd "$root/tree"
 build=../build
 
-# The sample: one line per change, "file<TAB>line<TAB>column<TAB>old<TAB>new"
-/usr/bin/python3 - "$sample" "$seed" > "$work/sample" <<'EOF'
+# The sample, in the order it was drawn (the first k of a sample are the sample of size k): one
+# line per change, "file<TAB>line<TAB>column<TAB>old<TAB>new"
+/usr/bin/python3 - "$sample" "$seed" "$exclude" > "$work/sample" <<'EOF'
 import glob, random, re, sys
 
-sample, seed = int(sys.argv[1]), int(sys.argv[2])
+sample, seed, exclude = int(sys.argv[1]), int(sys.argv[2]), re.compile(sys.argv[3])
 swaps = {'<': '<=', '<=': '<', '>': '>=', '>=': '>', '==': '!=', '!=': '==', '&&': '||', '||': '&&'}
 operator = re.compile(r'(?<=\s)(<=|>=|==|!=|&&|\|\||<|>)(?=\s)')
 literal = re.compile(r'(?<![\w.])(\d+)(?![\w.])')
@@ -67,6 +85,7 @@ def code_only(line):
 
 sites = []
 for path in sorted(glob.glob('Src/Theme3DBase/*.cpp') + glob.glob('Src/Theme3DBase/*.h')):
+    if exclude.search(path): continue
     in_block = False
     for number, line in enumerate(open(path, encoding='utf-8'), 1):
         text = line.rstrip('\n')
@@ -91,7 +110,7 @@ for path in sorted(glob.glob('Src/Theme3DBase/*.cpp') + glob.glob('Src/Theme3DBa
             sites.append((path, number, m.start(1), old, 'false' if old == 'true' else 'true'))
 chosen = random.Random(seed).sample(sites, min(sample, len(sites)))
 print(f'# {len(sites)} sites, {len(chosen)} sampled with seed {seed}', file=sys.stderr)
-for site in sorted(chosen):
+for site in chosen:
     print('\t'.join(map(str, site)))
 EOF
 
