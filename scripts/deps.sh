@@ -3,8 +3,10 @@
 set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-dev libgmock-dev
           libbenchmark-dev libgdal-dev clang libclang-rt-14-dev gcovr valgrind)
-# The demo host triangulates with GEOS; its tests read JSON and run the glTF validator on node
-packages+=(libgeos-dev nlohmann-json3-dev)
+# The demo host repairs polygons with GEOS and triangulates them with CGAL (header-only; its
+# triangulation package is GPL-3.0-or-later, used by the demo host only, never by the module);
+# its tests read JSON and run the glTF validator on node
+packages+=(libgeos-dev libcgal-dev nlohmann-json3-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 # The viewer's browser test drives Debian's Chromium headless
 packages+=(chromium)
