@@ -17,6 +17,7 @@
 #include "DemoOutput.h"
 #include "DemoPlugin.h"
 #include "DemoProgress.h"
+#include "DemoPreparedLayer.h"
 #include "DemoScene.h"
 #include "DemoTiler.h"
 #include "KrTextStyle.h"
@@ -167,6 +168,16 @@ double Span(const DemoFeature& f)
     return span;
 }
 
+// Markers stand about a four-hundredth of the layer's extent across: seen whole, the layer's
+// points stay apart and visible; between 20 m (a street) and 20 km (the whole globe)
+double MarkerRadius(const DemoLayer& layer)
+{
+    const BSX::BsxRect2D& b = layer.bounds;
+    const double degrees = std::hypot(b.right - b.left, b.top - b.bottom);
+    const double metres = std::isfinite(degrees) ? degrees * 111320.0 / 400.0 : 0.0;
+    return std::min(20000.0, std::max(20.0, metres));
+}
+
 struct RunTimes {
     double build = 0.0, draw = 0.0, write = 0.0;
 };
@@ -176,7 +187,8 @@ struct RunTimes {
 namespace {
 
 // Draws one theme and writes its files; its entry in the scene manifest goes to themes
-int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& layer, KrTheme3DFactory& factory,
+int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& layer, const DemoPreparedLayer& prepared,
+           KrTheme3DFactory& factory,
            RunTimes& times, DemoJson& themes)
 {
     std::string error;
@@ -214,6 +226,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     DemoScene scene;
     // Charts come out of the drawer in metres already
     scene.SetHeightScale(chart ? 1.0 : run.heightScale);
+    scene.SetMarkerRadius(MarkerRadius(layer));
     const int idField = options.idField.empty() ? -1 : layer.FindField(options.idField);
     const BSX::BsxUnicodeString idName = BSX::BsxUnicodeString::FromUtf8(options.idField);
     DemoJson labels, perFeature;
@@ -243,7 +256,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
             const std::string featureName = idField >= 0 ? idValue.ToString().ToUtf8() : "#" + std::to_string(i);
             scene.BeginFeature(static_cast<std::uint32_t>(i), featureName);
             if (out.drawn && out.style) {
-                scene.AddFeature(f, *out.style);
+                scene.AddFeature(f, &prepared.GetMesh(i), *out.style);
                 ++drawn;
             }
             if (out.chart) {
@@ -344,8 +357,22 @@ int DemoApp::Run(const DemoOptions& options)
         return 2;
     }
     const double readMs = Ms(started);
-    std::printf("layer %s: %zu features, %zu fields, read in %.1f ms\n", layer.name.c_str(), layer.features.size(),
+    // Regions are repaired and triangulated once, for every theme drawn on the layer
+    started = Clock::now();
+    DemoPreparedLayer prepared;
+    prepared.Prepare(layer);
+    const double prepareMs = Ms(started);
+    const DemoPrepareStats& stats = prepared.GetStats();
+    std::printf("layer %s: %zu features, %zu fields, read in %.1f ms", layer.name.c_str(), layer.features.size(),
                 layer.fields.size(), readMs);
+    if (stats.inputVertices > 0) {
+        std::printf("; surfaces of %zu vertices as %zu triangles (%zu features repaired, %zu split at the antimeridian)"
+                    " in %.1f ms: %.0f vertices/s, %.0f triangles/s",
+                    stats.inputVertices, stats.triangles, stats.repairedFeatures, stats.splitFeatures, prepareMs,
+                    stats.inputVertices / std::max(prepareMs, 1e-3) * 1000.0,
+                    stats.triangles / std::max(prepareMs, 1e-3) * 1000.0);
+    }
+    std::printf("\n");
     if (layer.skipped > 0)
         std::printf("skipped %zu features that could not be read (--lenient)\n", layer.skipped);
     if (options.idFieldGiven && layer.FindField(options.idField) < 0) {
@@ -368,7 +395,7 @@ int DemoApp::Run(const DemoOptions& options)
     manifest.EndObject().Key("themes").BeginArray();
     for (const DemoRun& run : options.runs) {
         RunTimes times;
-        const int result = RunOne(effective, run, layer, factory, times, manifest);
+        const int result = RunOne(effective, run, layer, prepared, factory, times, manifest);
         if (result != 0) return result;
         total.build += times.build, total.draw += times.draw, total.write += times.write;
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 
 #include "DemoJson.h"
@@ -11,14 +12,14 @@ namespace KRN {
 
 namespace {
 
+using Sink = DemoGlbWriter::Sink;
+constexpr size_t kWriteBuffer = 1 << 20;
 constexpr std::uint32_t kMagic = 0x46546C67;     // "glTF"
 constexpr std::uint32_t kJsonChunk = 0x4E4F534A; // "JSON"
 constexpr std::uint32_t kBinChunk = 0x004E4942;  // "BIN\0"
 constexpr int kFloat = 5126;
 constexpr int kUnsignedShort = 5123;
 constexpr int kArrayBuffer = 34962;
-constexpr int kModePoints = 0;
-constexpr int kModeLineStrip = 3;
 constexpr int kModeTriangles = 4;
 
 void Pad(std::vector<std::uint8_t>& bytes, std::uint8_t fill, size_t alignment = 4)
@@ -49,10 +50,23 @@ void GltfAxes(double x, double y, double z, double out[3])
     out[2] = -y;
 }
 
+constexpr int kUnsignedInt = 5125;
+constexpr int kElementArrayBuffer = 34963;
+constexpr int kModeLines = 1;
+
+// One buffer view of the BIN chunk: its place, and how to write its bytes when the file is
+// streamed (the bytes are packed from the scene then, a block at a time, never held whole)
+struct Section {
+    size_t offset = 0, size = 0;
+    using Function = std::function<void(const Sink&)>;
+    Function write;
+};
+
 class Builder {
 public:
     DemoJson views, accessors;
-    std::vector<std::uint8_t> bin;
+    std::vector<Section> sections;
+    size_t binSize = 0;
     int viewCount = 0, accessorCount = 0;
 
     Builder()
@@ -61,106 +75,134 @@ public:
         accessors.BeginArray();
     }
 
-    // A buffer view over bytes appended to the BIN chunk; answers its index. Vertex data has a
-    // target; feature table data has none and starts on 8 bytes.
-    int AddView(const void* data, size_t size, bool vertexData = true)
+    // A buffer view of size bytes that write produces; target 0 for data that is not vertex data
+    // (feature tables, which start on 8 bytes)
+    int AddView(size_t size, int target, Section::Function write)
     {
-        Pad(bin, 0, vertexData ? 4 : 8);
-        const size_t offset = bin.size();
-        const auto* p = static_cast<const std::uint8_t*>(data);
-        bin.insert(bin.end(), p, p + size);
-        views.BeginObject().Key("buffer").Integer(0).Key("byteOffset").Integer(static_cast<long long>(offset));
+        binSize = (binSize + (target ? 3 : 7)) / (target ? 4 : 8) * (target ? 4 : 8);
+        sections.push_back(Section{binSize, size, std::move(write)});
+        views.BeginObject().Key("buffer").Integer(0).Key("byteOffset").Integer(static_cast<long long>(binSize));
         views.Key("byteLength").Integer(static_cast<long long>(size));
-        if (vertexData) views.Key("target").Integer(kArrayBuffer);
+        if (target) views.Key("target").Integer(target);
         views.EndObject();
+        binSize += size;
         return viewCount++;
     }
 
-    // A float SCALAR accessor of feature ids over count vertices from the given first vertex
-    int AddFeatureIds(int view, size_t first, size_t count)
+    // A view over bytes that already exist and outlive the writing
+    int AddBytes(const void* data, size_t size)
     {
-        accessors.BeginObject().Key("bufferView").Integer(view);
-        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 4));
-        accessors.Key("componentType").Integer(kFloat).Key("count").Integer(static_cast<long long>(count));
-        accessors.Key("type").String("SCALAR").EndObject();
-        return accessorCount++;
+        return AddView(size, 0, [data, size](const Sink& sink) { sink(data, size); });
     }
 
-    // A float VEC3 accessor over count vertices from the given first vertex, with exact bounds
-    int AddVec3(int view, const std::vector<float>& values, size_t first, size_t count, bool bounds)
+    int AddAccessor(int view, int componentType, bool normalized, size_t count, const char* type, const float* lo = nullptr,
+                    const float* hi = nullptr)
     {
-        accessors.BeginObject().Key("bufferView").Integer(view);
-        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 12));
-        accessors.Key("componentType").Integer(kFloat).Key("count").Integer(static_cast<long long>(count));
-        accessors.Key("type").String("VEC3");
-        if (bounds) {
-            float lo[3], hi[3];
-            for (int k = 0; k < 3; ++k) lo[k] = std::numeric_limits<float>::max(), hi[k] = -lo[k];
-            for (size_t i = first; i < first + count; ++i) {
-                for (int k = 0; k < 3; ++k) {
-                    lo[k] = std::min(lo[k], values[i * 3 + k]);
-                    hi[k] = std::max(hi[k], values[i * 3 + k]);
-                }
-            }
+        accessors.BeginObject().Key("bufferView").Integer(view).Key("componentType").Integer(componentType);
+        if (normalized) accessors.Key("normalized").Bool(true);
+        accessors.Key("count").Integer(static_cast<long long>(count)).Key("type").String(type);
+        if (lo && hi) {
             accessors.Key("min").BeginArray();
-            for (float v : lo) accessors.Number(v);
+            for (int k = 0; k < 3; ++k) accessors.Number(lo[k]);
             accessors.EndArray().Key("max").BeginArray();
-            for (float v : hi) accessors.Number(v);
+            for (int k = 0; k < 3; ++k) accessors.Number(hi[k]);
             accessors.EndArray();
         }
         accessors.EndObject();
         return accessorCount++;
     }
-
-    int AddColours(int view, size_t first, size_t count)
-    {
-        accessors.BeginObject().Key("bufferView").Integer(view);
-        accessors.Key("byteOffset").Integer(static_cast<long long>(first * 8));
-        accessors.Key("componentType").Integer(kUnsignedShort).Key("normalized").Bool(true);
-        accessors.Key("count").Integer(static_cast<long long>(count)).Key("type").String("VEC4").EndObject();
-        return accessorCount++;
-    }
 };
 
-struct Packed {
-    std::vector<float> positions, normals, features;
-    std::vector<std::uint16_t> colours;
-};
-
-Packed Pack(const std::vector<DemoVertex>& vertices, const double centre[3])
+// Packs a vertex attribute a block of vertices at a time into a small buffer and hands each
+// block on, so that the file is written without a packed copy of the whole scene
+template <typename T, size_t N, typename Fill>
+void Stream(const std::vector<DemoVertex>& vertices, const Sink& sink, Fill fill)
 {
-    Packed p;
-    p.positions.reserve(vertices.size() * 3);
-    p.normals.reserve(vertices.size() * 3);
-    p.colours.reserve(vertices.size() * 4);
-    p.features.reserve(vertices.size());
-    for (const DemoVertex& v : vertices) {
-        double pos[3], n[3];
-        GltfAxes(v.x, v.y, v.z, pos);
-        GltfAxes(v.nx, v.ny, v.nz, n);
-        for (int k = 0; k < 3; ++k) p.positions.push_back(static_cast<float>(pos[k] - centre[k]));
-        for (int k = 0; k < 3; ++k) p.normals.push_back(static_cast<float>(n[k]));
-        for (int k = 0; k < 3; ++k) p.colours.push_back(LinearChannel(v.rgba[static_cast<size_t>(k)]));
-        p.colours.push_back(static_cast<std::uint16_t>(v.rgba[3] * 257));
-        // Float ids are exact up to 2^24 features
-        p.features.push_back(static_cast<float>(v.feature));
+    constexpr size_t kBlock = 4096;
+    std::array<T, kBlock * N> block;
+    for (size_t first = 0; first < vertices.size(); first += kBlock) {
+        const size_t count = std::min(kBlock, vertices.size() - first);
+        for (size_t i = 0; i < count; ++i) fill(vertices[first + i], &block[i * N]);
+        sink(block.data(), count * N * sizeof(T));
     }
-    return p;
+}
+
+void Position(const DemoVertex& v, const double centre[3], float out[3])
+{
+    double pos[3];
+    GltfAxes(v.x, v.y, v.z, pos);
+    for (int k = 0; k < 3; ++k) out[k] = static_cast<float>(pos[k] - centre[k]);
+}
+
+// One primitive over a vertex list and its indices: positions (with their exact bounds), linear
+// colours, feature ids when the scene has a feature table
+void AddPrimitive(Builder& b, DemoJson& primitives, const std::vector<DemoVertex>& vertices,
+                  const std::vector<std::uint32_t>& indices, const double centre[3], bool featureIds, int material,
+                  int mode)
+{
+    float lo[3], hi[3];
+    for (int k = 0; k < 3; ++k) lo[k] = std::numeric_limits<float>::max(), hi[k] = -lo[k];
+    for (const DemoVertex& v : vertices) {
+        float p[3];
+        Position(v, centre, p);
+        for (int k = 0; k < 3; ++k) lo[k] = std::min(lo[k], p[k]), hi[k] = std::max(hi[k], p[k]);
+    }
+    const double origin[3] = {centre[0], centre[1], centre[2]};
+    const size_t n = vertices.size();
+    const int pv = b.AddView(n * 12, kArrayBuffer, [&vertices, origin](const Sink& sink) {
+        Stream<float, 3>(vertices, sink, [&origin](const DemoVertex& v, float* out) { Position(v, origin, out); });
+    });
+    const int cv = b.AddView(n * 8, kArrayBuffer, [&vertices](const Sink& sink) {
+        Stream<std::uint16_t, 4>(vertices, sink, [](const DemoVertex& v, std::uint16_t* out) {
+            for (size_t k = 0; k < 3; ++k) out[k] = LinearChannel(v.rgba[k]);
+            out[3] = static_cast<std::uint16_t>(v.rgba[3] * 257);
+        });
+    });
+    const int pa = b.AddAccessor(pv, kFloat, false, n, "VEC3", lo, hi);
+    const int ca = b.AddAccessor(cv, kUnsignedShort, true, n, "VEC4");
+    int fa = -1;
+    if (featureIds) {
+        // Float ids are exact up to 2^24 features
+        const int fv = b.AddView(n * 4, kArrayBuffer, [&vertices](const Sink& sink) {
+            Stream<float, 1>(vertices, sink, [](const DemoVertex& v, float* out) { out[0] = static_cast<float>(v.feature); });
+        });
+        fa = b.AddAccessor(fv, kFloat, false, n, "SCALAR");
+    }
+    const int iv = b.AddView(indices.size() * 4, kElementArrayBuffer,
+                             [&indices](const Sink& sink) { sink(indices.data(), indices.size() * 4); });
+    const int ia = b.AddAccessor(iv, kUnsignedInt, false, indices.size(), "SCALAR");
+
+    primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa);
+    primitives.Key("COLOR_0").Integer(ca);
+    if (featureIds) primitives.Key("_FEATURE_ID_0").Integer(fa);
+    primitives.EndObject().Key("indices").Integer(ia).Key("material").Integer(material).Key("mode").Integer(mode);
+    if (featureIds) {
+        std::vector<std::uint32_t> distinct;
+        distinct.reserve(n);
+        for (const DemoVertex& v : vertices) distinct.push_back(v.feature);
+        std::sort(distinct.begin(), distinct.end());
+        const auto unique = std::unique(distinct.begin(), distinct.end()) - distinct.begin();
+        primitives.Key("extensions").BeginObject().Key("EXT_mesh_features").BeginObject();
+        primitives.Key("featureIds").BeginArray().BeginObject().Key("featureCount").Integer(unique);
+        primitives.Key("attribute").Integer(0).Key("propertyTable").Integer(0).EndObject().EndArray();
+        primitives.EndObject().EndObject();
+    }
+    primitives.EndObject();
 }
 
 // The feature table: one row per feature id, holding the feature's name
-std::string FeatureTable(Builder& b, const std::vector<std::string>& names)
+std::string FeatureTable(Builder& b, const std::vector<std::string>& names, std::string& text,
+                         std::vector<std::uint32_t>& offsets)
 {
-    std::string text;
-    std::vector<std::uint32_t> offsets{0};
+    offsets.assign(1, 0);
     for (const std::string& name : names) {
         text += name;
         offsets.push_back(static_cast<std::uint32_t>(text.size()));
     }
     // A buffer view holds at least one byte; the offsets keep every name empty then
     if (text.empty()) text.push_back(' ');
-    const int values = b.AddView(text.data(), text.size(), false);
-    const int starts = b.AddView(offsets.data(), offsets.size() * sizeof(std::uint32_t), false);
+    const int values = b.AddBytes(text.data(), text.size());
+    const int starts = b.AddBytes(offsets.data(), offsets.size() * sizeof(std::uint32_t));
     DemoJson j;
     j.BeginObject().Key("schema").BeginObject().Key("id").String("t3d_demo").Key("classes").BeginObject();
     j.Key("feature").BeginObject().Key("properties").BeginObject().Key("name").BeginObject().Key("type").String("STRING");
@@ -174,14 +216,14 @@ std::string FeatureTable(Builder& b, const std::vector<std::string>& names)
 
 } // namespace
 
-std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
+bool DemoGlbWriter::Stream(const DemoScene& scene, const Sink& sink)
 {
     // The root node carries the scene's centre so that float positions stay within a few
     // kilometres of precision loss at worst, instead of metres at the Earth's radius
     double lo[3] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max(), std::numeric_limits<double>::max()};
     double hi[3] = {-lo[0], -lo[1], -lo[2]};
     size_t total = 0;
-    for (const auto* list : {&scene.GetTriangles(), &scene.GetLineVertices(), &scene.GetPoints()}) {
+    for (const auto* list : {&scene.GetVertices(), &scene.GetLineVertices()}) {
         for (const DemoVertex& v : *list) {
             double pos[3];
             GltfAxes(v.x, v.y, v.z, pos);
@@ -200,62 +242,10 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
     // Every vertex names its feature when the scene has a feature table; the viewer picks by it
     const std::vector<std::string>& names = scene.GetFeatureNames();
     const bool featureIds = !names.empty();
-    auto primitive = [&](const std::vector<DemoVertex>& vertices, int positions, int normals, int colours,
-                         int ids, size_t first, size_t count, int material, int mode) {
-        primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(positions);
-        if (normals >= 0) primitives.Key("NORMAL").Integer(normals);
-        primitives.Key("COLOR_0").Integer(colours);
-        if (featureIds) primitives.Key("_FEATURE_ID_0").Integer(ids);
-        primitives.EndObject().Key("material").Integer(material).Key("mode").Integer(mode);
-        if (featureIds) {
-            std::vector<std::uint32_t> distinct;
-            distinct.reserve(count);
-            for (size_t i = first; i < first + count; ++i) distinct.push_back(vertices[i].feature);
-            std::sort(distinct.begin(), distinct.end());
-            const auto unique = std::unique(distinct.begin(), distinct.end()) - distinct.begin();
-            primitives.Key("extensions").BeginObject().Key("EXT_mesh_features").BeginObject();
-            primitives.Key("featureIds").BeginArray().BeginObject().Key("featureCount").Integer(unique);
-            primitives.Key("attribute").Integer(0).Key("propertyTable").Integer(0).EndObject().EndArray();
-            primitives.EndObject().EndObject();
-        }
-        primitives.EndObject();
-    };
-    if (!scene.GetTriangles().empty()) {
-        const Packed p = Pack(scene.GetTriangles(), centre);
-        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
-        const int nv = b.AddView(p.normals.data(), p.normals.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
-        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
-        const size_t n = scene.GetTriangles().size();
-        const int pa = b.AddVec3(pv, p.positions, 0, n, true);
-        const int na = b.AddVec3(nv, p.normals, 0, n, false);
-        const int ca = b.AddColours(cv, 0, n);
-        const int fa = featureIds ? b.AddFeatureIds(fv, 0, n) : -1;
-        primitive(scene.GetTriangles(), pa, na, ca, fa, 0, n, 0, kModeTriangles);
-    }
-    if (!scene.GetStrips().empty()) {
-        const Packed p = Pack(scene.GetLineVertices(), centre);
-        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
-        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
-        for (const auto& strip : scene.GetStrips()) {
-            const int pa = b.AddVec3(pv, p.positions, strip.first, strip.second, true);
-            const int ca = b.AddColours(cv, strip.first, strip.second);
-            const int fa = featureIds ? b.AddFeatureIds(fv, strip.first, strip.second) : -1;
-            primitive(scene.GetLineVertices(), pa, -1, ca, fa, strip.first, strip.second, 1, kModeLineStrip);
-        }
-    }
-    if (!scene.GetPoints().empty()) {
-        const Packed p = Pack(scene.GetPoints(), centre);
-        const int pv = b.AddView(p.positions.data(), p.positions.size() * sizeof(float));
-        const int cv = b.AddView(p.colours.data(), p.colours.size() * sizeof(std::uint16_t));
-        const int fv = featureIds ? b.AddView(p.features.data(), p.features.size() * sizeof(float)) : -1;
-        const size_t n = scene.GetPoints().size();
-        const int pa = b.AddVec3(pv, p.positions, 0, n, true);
-        const int ca = b.AddColours(cv, 0, n);
-        const int fa = featureIds ? b.AddFeatureIds(fv, 0, n) : -1;
-        primitive(scene.GetPoints(), pa, -1, ca, fa, 0, n, 1, kModePoints);
-    }
+    if (!scene.GetIndices().empty())
+        AddPrimitive(b, primitives, scene.GetVertices(), scene.GetIndices(), centre, featureIds, 0, kModeTriangles);
+    if (!scene.GetLineIndices().empty())
+        AddPrimitive(b, primitives, scene.GetLineVertices(), scene.GetLineIndices(), centre, featureIds, 1, kModeLines);
     primitives.EndArray();
     const bool hasMesh = b.accessorCount > 0;
 
@@ -265,12 +255,16 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
         if (featureIds) json += ",\"EXT_mesh_features\",\"EXT_structural_metadata\"";
         json += "],";
     }
-    if (hasMesh && featureIds) json += "\"extensions\":{\"EXT_structural_metadata\":" + FeatureTable(b, names) + "},";
+    std::string tableText;
+    std::vector<std::uint32_t> tableOffsets;
+    if (hasMesh && featureIds)
+        json += "\"extensions\":{\"EXT_structural_metadata\":" + FeatureTable(b, names, tableText, tableOffsets) + "},";
     json += "\"scene\":0,\"scenes\":[{\"nodes\":[0]}],\"nodes\":[{\"name\":\"layer\",\"translation\":[";
     DemoJson t;
     t.BeginArray().Number(centre[0]).Number(centre[1]).Number(centre[2]).EndArray();
     json += t.Text().substr(1, t.Text().size() - 2);
     json += "]";
+    const size_t binSize = (b.binSize + 3) / 4 * 4;
     if (hasMesh) {
         json += ",\"mesh\":0}],\"meshes\":[{\"primitives\":" + primitives.Text() + "}],";
         // Unlit: the map shows the legend's colours whatever the light; the PBR values are the
@@ -282,40 +276,77 @@ std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
         b.accessors.EndArray();
         b.views.EndArray();
         json += "\"accessors\":" + b.accessors.Text() + ",\"bufferViews\":" + b.views.Text() + ",";
-        Pad(b.bin, 0);
-        json += "\"buffers\":[{\"byteLength\":" + std::to_string(b.bin.size()) + "}]}";
+        json += "\"buffers\":[{\"byteLength\":" + std::to_string(binSize) + "}]}";
     } else {
         json += "}]}";
     }
 
+    std::vector<std::uint8_t> head;
     std::vector<std::uint8_t> jsonBytes(json.begin(), json.end());
     Pad(jsonBytes, ' ');
-    std::vector<std::uint8_t> out;
-    const size_t length = 12 + 8 + jsonBytes.size() + (hasMesh ? 8 + b.bin.size() : 0);
+    const size_t length = 12 + 8 + jsonBytes.size() + (hasMesh ? 8 + binSize : 0);
     // The container counts its length in 32 bits
-    if (length > 0xFFFFFFFFu) return out;
-    PutU32(out, kMagic);
-    PutU32(out, 2);
-    PutU32(out, static_cast<std::uint32_t>(length));
-    PutU32(out, static_cast<std::uint32_t>(jsonBytes.size()));
-    PutU32(out, kJsonChunk);
-    out.insert(out.end(), jsonBytes.begin(), jsonBytes.end());
-    if (hasMesh) {
-        PutU32(out, static_cast<std::uint32_t>(b.bin.size()));
-        PutU32(out, kBinChunk);
-        out.insert(out.end(), b.bin.begin(), b.bin.end());
+    if (length > 0xFFFFFFFFu) return false;
+    PutU32(head, kMagic);
+    PutU32(head, 2);
+    PutU32(head, static_cast<std::uint32_t>(length));
+    PutU32(head, static_cast<std::uint32_t>(jsonBytes.size()));
+    PutU32(head, kJsonChunk);
+    sink(head.data(), head.size());
+    sink(jsonBytes.data(), jsonBytes.size());
+    if (!hasMesh) return true;
+    head.clear();
+    PutU32(head, static_cast<std::uint32_t>(binSize));
+    PutU32(head, kBinChunk);
+    sink(head.data(), head.size());
+    static const std::uint8_t zeros[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    size_t at = 0;
+    for (const Section& section : b.sections) {
+        sink(zeros, section.offset - at);
+        section.write(sink);
+        at = section.offset + section.size;
     }
+    sink(zeros, binSize - at);
+    return true;
+}
+
+std::vector<std::uint8_t> DemoGlbWriter::Encode(const DemoScene& scene)
+{
+    std::vector<std::uint8_t> out;
+    const bool ok = Stream(scene, [&out](const void* data, size_t size) {
+        const auto* p = static_cast<const std::uint8_t*>(data);
+        out.insert(out.end(), p, p + size);
+    });
+    if (!ok) out.clear();
     return out;
 }
 
 bool DemoGlbWriter::Write(const DemoScene& scene, DemoOutputFile& out, std::string& error)
 {
-    const std::vector<std::uint8_t> bytes = Encode(scene);
-    if (bytes.empty()) {
+    if (!out.Open(error)) return false;
+    // Written a block at a time through a buffer of its own; the first failure is kept
+    std::vector<std::uint8_t> buffer;
+    buffer.reserve(kWriteBuffer);
+    bool failed = false;
+    auto flush = [&]() {
+        if (!failed && !buffer.empty() && !out.Write(buffer.data(), buffer.size(), error)) failed = true;
+        buffer.clear();
+    };
+    const bool fits = Stream(scene, [&](const void* data, size_t size) {
+        const auto* p = static_cast<const std::uint8_t*>(data);
+        while (size > 0) {
+            const size_t n = std::min(size, kWriteBuffer - buffer.size());
+            buffer.insert(buffer.end(), p, p + n);
+            p += n, size -= n;
+            if (buffer.size() == kWriteBuffer) flush();
+        }
+    });
+    if (!fits) {
         error = "the scene for '" + out.GetPath() + "' is larger than a .glb file can hold (4 GiB)";
         return false;
     }
-    return out.Open(error) && out.Write(bytes.data(), bytes.size(), error) && out.Close(error);
+    flush();
+    return !failed && out.Close(error);
 }
 
 } // namespace KRN

@@ -1,6 +1,8 @@
 #pragma once
-// Writes a DemoScene as a glTF 2.0 binary file (.glb).
+// Writes a DemoScene as a glTF 2.0 binary file (.glb): indexed triangles and line segments,
+// packed from the scene a block at a time straight into the file.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,6 +13,10 @@ namespace KRN {
 
 class DemoGlbWriter {
 public:
+    // Receives the file's bytes in order
+    using Sink = std::function<void(const void*, size_t)>;
+    // The whole file through sink; false (and nothing sent) when it would exceed 4 GiB
+    static bool Stream(const DemoScene& scene, const Sink& sink);
     // The whole file: header, JSON chunk, BIN chunk; empty when it would exceed 4 GiB
     static std::vector<std::uint8_t> Encode(const DemoScene& scene);
     // Writes the file into out (opened here, closed by the caller's commit); false with a message

@@ -163,6 +163,8 @@ std::string DemoOptions::Usage()
            "                       custom theme's height fields, chart values (one scale for every series)\n"
            "                       and the heights of a saved theme's styles (default 1; charts: automatic)\n"
            "  --no-progress        no progress bar\n"
+           "  --tour               all five kinds of the built-in tour on the --data layer (it needs continent,\n"
+           "                       pop_est, gdp_md_est and name)\n"
            "  --tiles              write a 3D Tiles tileset per theme (OUT/NAME/tileset.json) instead of one scene\n"
            "  --threads N          threads drawing tiles (default: one per core)\n"
            "  --tile-features N    most features in one tile content (default 8192)\n"
@@ -224,6 +226,8 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
         if (arg.compare(0, 2, "--") == 0) given.insert(arg);
         if (arg == "--help" || arg == "-h") {
             help = true;
+        } else if (arg == "--tour") {
+            tour = true;
         } else if (arg == "--no-progress") {
             progress = false;
         } else if (arg == "--tiles") {
@@ -377,8 +381,8 @@ bool DemoOptions::Parse(int argc, const char* const* argv, std::string& error)
     }
     runs.clear();
     if (!themeGiven) {
-        if (!dataPath.empty()) {
-            error = "with --data, name a theme (--theme, --unique, --range, --label, --chart or --custom)";
+        if (!dataPath.empty() && !tour) {
+            error = "with --data, name a theme (or --tour) (--theme, --unique, --range, --label, --chart or --custom)";
             return false;
         }
         runs = Tour();

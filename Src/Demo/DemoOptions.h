@@ -30,6 +30,8 @@ struct DemoOptions {
     // How the layer is read: leniently, and from coordinate fields
     DemoReadOptions read;
     bool progress = true;
+    // The five kinds of the built-in tour on the layer --data names (it needs the tour's fields)
+    bool tour = false;
     bool help = false;
     // Tiled output: a tileset per theme, drawn by this many threads (0: one per core), with at
     // most tileFeatures features per tile content

@@ -44,13 +44,16 @@ Ring Unwrap(const Ring& ring, bool& polar)
     out.reserve(ring.size() + 4);
     auto add = [&out](BSX::BsxPoint3D q) {
         if (std::fabs(q.y) >= kPolarLatitude) q.y = q.y < 0.0 ? -90.0 : 90.0;
-        if (!out.empty()) q.x = out.back().x + std::remainder(q.x - out.back().x, 360.0);
+        // Coordinates that need no turn keep their exact value, so that closed rings stay closed
+        if (!out.empty() && std::fabs(q.x - out.back().x) > 180.0) q.x = out.back().x + std::remainder(q.x - out.back().x, 360.0);
         out.push_back(q);
     };
     for (const BSX::BsxPoint3D& p : ring) add(BSX::BsxPoint3D(p.x, p.y, 0.0));
     if (out.size() >= 2 && (ring.front().x != ring.back().x || ring.front().y != ring.back().y))
         add(BSX::BsxPoint3D(ring.front().x, ring.front().y, 0.0));
     polar = out.size() >= 3 && std::fabs(out.back().x - out.front().x) > 180.0;
+    // A ring that closed on a wrapped step lands on its start up to rounding: close it exactly
+    if (!polar && !out.empty() && std::fabs(out.back().x - out.front().x) < 1e-9) out.back().x = out.front().x;
     if (polar) {
         double sumLat = 0.0;
         for (const BSX::BsxPoint3D& p : out) sumLat += p.y;

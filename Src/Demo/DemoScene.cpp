@@ -4,8 +4,6 @@
 #include <cmath>
 #include <memory>
 
-#include <geos_c.h>
-
 #include "KrGeoCompound.h"
 #include "KrGeoCylinder.h"
 #include "KrGeoPieCylinder.h"
@@ -19,67 +17,20 @@ constexpr double kDeg = kPi / 180.0;
 // WGS84 ellipsoid
 constexpr double kSemiMajor = 6378137.0;
 constexpr double kFlattening = 1.0 / 298.257223563;
-// Triangles and walls are cut until no edge spans more than this many degrees, so that large
-// polygons follow the curve of the Earth instead of cutting through it
-constexpr double kMaxEdgeDegrees = 2.0;
-constexpr int kMaxSplitDepth = 10;
-constexpr int kCircleSegments = 32;
 
-struct GeosContext {
-    GEOSContextHandle_t handle;
-    GeosContext() : handle(GEOS_init_r())
-    {
-        // Invalid input polygons are expected now and then; they are repaired or skipped quietly
-        GEOSContext_setErrorMessageHandler_r(handle, [](const char*, void*) {}, nullptr);
-        GEOSContext_setNoticeMessageHandler_r(handle, [](const char*, void*) {}, nullptr);
-    }
-    ~GeosContext() { GEOS_finish_r(handle); }
-};
-
-GEOSContextHandle_t Geos()
+// Twice the area of a triangle of Earth-centred corners; zero for the corners a pole collapses
+double DoubleArea(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c, double normal[3])
 {
-    // A GEOS context serves one thread at a time; tiles are drawn by several
-    thread_local GeosContext context;
-    return context.handle;
+    const double ux = b.x - a.x, uy = b.y - a.y, uz = b.z - a.z;
+    const double vx = c.x - a.x, vy = c.y - a.y, vz = c.z - a.z;
+    normal[0] = uy * vz - uz * vy, normal[1] = uz * vx - ux * vz, normal[2] = ux * vy - uy * vx;
+    return std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
 }
 
-struct GeomDeleter {
-    void operator()(GEOSGeometry* g) const
-    {
-        if (g) GEOSGeom_destroy_r(Geos(), g);
-    }
-};
-using GeomPtr = std::unique_ptr<GEOSGeometry, GeomDeleter>;
-
-GEOSGeometry* MakeRing(const std::vector<BSX::BsxPoint3D>& ring)
+// An edge along the antimeridian cut or along a pole: the split pieces meet there, no wall stands
+bool IsSeam(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
 {
-    std::vector<BSX::BsxPoint3D> pts(ring);
-    if (pts.size() >= 2 && (pts.front().x != pts.back().x || pts.front().y != pts.back().y)) pts.push_back(pts.front());
-    if (pts.size() < 4) return nullptr;
-    GEOSCoordSequence* seq = GEOSCoordSeq_create_r(Geos(), static_cast<unsigned>(pts.size()), 2);
-    if (!seq) return nullptr;
-    for (size_t i = 0; i < pts.size(); ++i) GEOSCoordSeq_setXY_r(Geos(), seq, static_cast<unsigned>(i), pts[i].x, pts[i].y);
-    return GEOSGeom_createLinearRing_r(Geos(), seq);
-}
-
-GeomPtr MakePolygon(const DemoPart& part)
-{
-    if (part.rings.empty()) return nullptr;
-    GEOSGeometry* shell = MakeRing(part.rings.front());
-    if (!shell) return nullptr;
-    std::vector<GEOSGeometry*> holes;
-    for (size_t i = 1; i < part.rings.size(); ++i) {
-        if (GEOSGeometry* hole = MakeRing(part.rings[i])) holes.push_back(hole);
-    }
-    return GeomPtr(GEOSGeom_createPolygon_r(Geos(), shell, holes.empty() ? nullptr : holes.data(),
-                                            static_cast<unsigned>(holes.size())));
-}
-
-double Dist(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b) { return std::hypot(a.x - b.x, a.y - b.y); }
-
-BSX::BsxPoint3D Mid(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
-{
-    return BSX::BsxPoint3D((a.x + b.x) * 0.5, (a.y + b.y) * 0.5, (a.z + b.z) * 0.5);
+    return (std::fabs(a.x) == 180.0 && a.x == b.x) || (std::fabs(a.y) == 90.0 && a.y == b.y);
 }
 
 } // namespace
@@ -119,125 +70,97 @@ DemoVertex DemoScene::NewVertex(const BSX::BsxPoint3D& at, const std::array<std:
     return v;
 }
 
+std::uint32_t DemoScene::AddVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba)
+{
+    m_vertices.push_back(NewVertex(at, rgba));
+    return static_cast<std::uint32_t>(m_vertices.size() - 1);
+}
+
 void DemoScene::AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
                             const std::array<std::uint8_t, 4>& rgba, bool outward)
 {
-    const double ux = b.x - a.x, uy = b.y - a.y, uz = b.z - a.z;
-    const double vx = c.x - a.x, vy = c.y - a.y, vz = c.z - a.z;
-    double nx = uy * vz - uz * vy, ny = uz * vx - ux * vz, nz = ux * vy - uy * vx;
-    const double len = std::sqrt(nx * nx + ny * ny + nz * nz);
+    double n[3];
+    const double len = DoubleArea(a, b, c, n);
     if (!(len > 1e-6) || !std::isfinite(len)) return;
-    nx /= len, ny /= len, nz /= len;
     bool flip = false;
-    if (outward) {
-        const double cx = a.x + b.x + c.x, cy = a.y + b.y + c.y, cz = a.z + b.z + c.z;
-        flip = nx * cx + ny * cy + nz * cz < 0.0;
-    }
-    if (flip) nx = -nx, ny = -ny, nz = -nz;
-    const BSX::BsxPoint3D* corners[3] = {&a, flip ? &c : &b, flip ? &b : &c};
-    for (const BSX::BsxPoint3D* p : corners) {
-        DemoVertex v = NewVertex(*p, rgba);
-        v.nx = static_cast<float>(nx), v.ny = static_cast<float>(ny), v.nz = static_cast<float>(nz);
-        m_triangles.push_back(v);
-    }
+    if (outward) flip = n[0] * (a.x + b.x + c.x) + n[1] * (a.y + b.y + c.y) + n[2] * (a.z + b.z + c.z) < 0.0;
+    const std::uint32_t first = AddVertex(a, rgba);
+    AddVertex(flip ? c : b, rgba);
+    AddVertex(flip ? b : c, rgba);
+    m_indices.insert(m_indices.end(), {first, first + 1, first + 2});
 }
 
-void DemoScene::AddSurfaceTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
-                                   double h, const std::array<std::uint8_t, 4>& rgba, int depth)
-{
-    const double ab = Dist(a, b), bc = Dist(b, c), ca = Dist(c, a);
-    const double longest = std::max(ab, std::max(bc, ca));
-    if (longest > kMaxEdgeDegrees && depth < kMaxSplitDepth) {
-        // Split the longest edge; the two halves keep the orientation
-        if (longest == ab) {
-            const BSX::BsxPoint3D m = Mid(a, b);
-            AddSurfaceTriangle(a, m, c, h, rgba, depth + 1);
-            AddSurfaceTriangle(m, b, c, h, rgba, depth + 1);
-        } else if (longest == bc) {
-            const BSX::BsxPoint3D m = Mid(b, c);
-            AddSurfaceTriangle(a, b, m, h, rgba, depth + 1);
-            AddSurfaceTriangle(a, m, c, h, rgba, depth + 1);
-        } else {
-            const BSX::BsxPoint3D m = Mid(c, a);
-            AddSurfaceTriangle(a, b, m, h, rgba, depth + 1);
-            AddSurfaceTriangle(m, b, c, h, rgba, depth + 1);
-        }
-        return;
-    }
-    AddTriangle(ToEcef(a.x, a.y, h), ToEcef(b.x, b.y, h), ToEcef(c.x, c.y, h), rgba, true);
-}
-
-void DemoScene::AddRegion(const DemoPart& part, const KrStyle& style)
+void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
 {
     const auto rgba = ToRgba(style.GetFillColor());
     const double extend = static_cast<double>(style.GetExtendHeight());
     const double bottom = static_cast<double>(style.GetBottomAltitude()) * m_heightScale;
     const double height = std::isfinite(extend) && extend > 0.0 ? extend * m_heightScale : 0.0;
     const double top = bottom + height;
-    if (!std::isfinite(top)) return;
+    if (!std::isfinite(top) || mesh.triangles.empty()) return;
 
-    GeomPtr polygon = MakePolygon(part);
-    if (!polygon) return;
-    if (GEOSisValid_r(Geos(), polygon.get()) != 1) polygon.reset(GEOSMakeValid_r(Geos(), polygon.get()));
-    if (!polygon) return;
-    GeomPtr triangles(GEOSConstrainedDelaunayTriangulation_r(Geos(), polygon.get()));
-    if (!triangles) return;
-    const int n = GEOSGetNumGeometries_r(Geos(), triangles.get());
-    for (int i = 0; i < n; ++i) {
-        const GEOSGeometry* tri = GEOSGetGeometryN_r(Geos(), triangles.get(), i);
-        const GEOSGeometry* ring = tri ? GEOSGetExteriorRing_r(Geos(), tri) : nullptr;
-        const GEOSCoordSequence* seq = ring ? GEOSGeom_getCoordSeq_r(Geos(), ring) : nullptr;
-        unsigned size = 0;
-        if (!seq || !GEOSCoordSeq_getSize_r(Geos(), seq, &size) || size < 3) continue;
-        BSX::BsxPoint3D p[3];
-        for (unsigned k = 0; k < 3; ++k) GEOSCoordSeq_getXY_r(Geos(), seq, k, &p[k].x, &p[k].y);
-        AddSurfaceTriangle(p[0], p[1], p[2], top, rgba, 0);
+    // The surface shares its corners: one vertex per mesh vertex, triangles by index
+    const std::uint32_t base = static_cast<std::uint32_t>(m_vertices.size());
+    m_vertices.reserve(m_vertices.size() + mesh.vertices.size());
+    for (const BSX::BsxPoint3D& p : mesh.vertices) AddVertex(ToEcef(p.x, p.y, top), rgba);
+    m_indices.reserve(m_indices.size() + mesh.triangles.size());
+    for (size_t t = 0; t + 2 < mesh.triangles.size(); t += 3) {
+        const std::uint32_t k[3] = {base + mesh.triangles[t], base + mesh.triangles[t + 1], base + mesh.triangles[t + 2]};
+        double n[3];
+        const double len = DoubleArea(m_vertices[k[0]].Position(), m_vertices[k[1]].Position(), m_vertices[k[2]].Position(), n);
+        if (!(len > 1e-6) || !std::isfinite(len)) continue;
+        m_indices.insert(m_indices.end(), {k[0], k[1], k[2]});
     }
     if (height <= 0.0) return;
-    // Walls along every ring, cut like the surface so that they follow the globe
-    for (const auto& ring : part.rings) {
-        for (size_t k = 0; k + 1 < ring.size(); ++k) {
-            const BSX::BsxPoint3D& a = ring[k];
-            const BSX::BsxPoint3D& b = ring[k + 1];
-            const double len = Dist(a, b);
-            const int pieces = std::max(1, std::min(1000, static_cast<int>(std::ceil(len / kMaxEdgeDegrees))));
-            for (int s = 0; s < pieces; ++s) {
-                const double t0 = static_cast<double>(s) / pieces, t1 = static_cast<double>(s + 1) / pieces;
-                const double x0 = a.x + (b.x - a.x) * t0, y0 = a.y + (b.y - a.y) * t0;
-                const double x1 = a.x + (b.x - a.x) * t1, y1 = a.y + (b.y - a.y) * t1;
-                const BSX::BsxPoint3D p0 = ToEcef(x0, y0, bottom), p1 = ToEcef(x1, y1, bottom);
-                const BSX::BsxPoint3D q0 = ToEcef(x0, y0, top), q1 = ToEcef(x1, y1, top);
-                AddTriangle(p0, p1, q1, rgba, false);
-                AddTriangle(p0, q1, q0, rgba, false);
-            }
+    // Walls along every outline (outer rings counter-clockwise, so their faces look outwards);
+    // a foot and a head vertex per outline point, shared by the wall's neighbouring quads
+    for (const auto& ring : mesh.rings) {
+        const std::uint32_t first = static_cast<std::uint32_t>(m_vertices.size());
+        for (const BSX::BsxPoint3D& p : ring) {
+            AddVertex(ToEcef(p.x, p.y, bottom), rgba);
+            AddVertex(ToEcef(p.x, p.y, top), rgba);
+        }
+        for (std::uint32_t k = 0; k + 1 < ring.size(); ++k) {
+            if (IsSeam(ring[k], ring[k + 1])) continue;
+            const std::uint32_t f0 = first + 2 * k, h0 = f0 + 1, f1 = f0 + 2, h1 = f0 + 3;
+            m_indices.insert(m_indices.end(), {f0, f1, h1, f0, h1, h0});
         }
     }
 }
 
-void DemoScene::AddFeature(const DemoFeature& feature, const KrStyle& style)
+void DemoScene::AddMarker(double lon, double lat, double base, const KrStyle& style)
+{
+    // A small upright prism stands for a point, or a column as tall as the style's extrusion
+    const double extend = static_cast<double>(style.GetExtendHeight());
+    const double height = std::isfinite(extend) && extend > 0.0 ? extend * m_heightScale : 2.0 * m_markerRadius;
+    AddCylinder(lon, lat, base, m_markerRadius, m_markerRadius, 1.0, height, 0.0, 360.0, ToRgba(style.GetPointColor()),
+                kMarkerSides);
+}
+
+void DemoScene::AddFeature(const DemoFeature& feature, const DemoMesh* mesh, const KrStyle& style)
 {
     const int kind = feature.geometryType % 100;
+    if (kind == KrGeometry::GEO_REGION) {
+        if (mesh) AddRegion(*mesh, style);
+        return;
+    }
     for (const DemoPart& part : feature.parts) {
-        if (kind == KrGeometry::GEO_REGION) {
-            AddRegion(part, style);
-        } else if (kind == KrGeometry::GEO_LINE) {
+        if (kind == KrGeometry::GEO_LINE) {
             const auto rgba = ToRgba(style.GetLineColor3D());
             for (const auto& line : part.rings) {
                 if (line.size() < 2) continue;
-                const size_t first = m_lines.size();
+                const std::uint32_t first = static_cast<std::uint32_t>(m_lineVertices.size());
                 for (const auto& p : line) {
                     const BSX::BsxPoint3D e = ToEcef(p.x, p.y, (std::isfinite(p.z) ? p.z : 0.0) * m_heightScale);
-                    m_lines.push_back(NewVertex(e, rgba));
+                    m_lineVertices.push_back(NewVertex(e, rgba));
                 }
-                m_strips.emplace_back(first, line.size());
+                for (std::uint32_t k = 0; k + 1 < line.size(); ++k) {
+                    m_lineIndices.insert(m_lineIndices.end(), {first + k, first + k + 1});
+                }
             }
         } else if (kind == KrGeometry::GEO_POINT) {
-            const auto rgba = ToRgba(style.GetPointColor());
             for (const auto& ring : part.rings) {
-                for (const auto& p : ring) {
-                    const BSX::BsxPoint3D e = ToEcef(p.x, p.y, (std::isfinite(p.z) ? p.z : 0.0) * m_heightScale);
-                    m_points.push_back(NewVertex(e, rgba));
-                }
+                for (const auto& p : ring) AddMarker(p.x, p.y, (std::isfinite(p.z) ? p.z : 0.0) * m_heightScale, style);
             }
         }
     }
@@ -245,7 +168,7 @@ void DemoScene::AddFeature(const DemoFeature& feature, const KrStyle& style)
 
 void DemoScene::AddCylinder(double lon, double lat, double base, double radiusEast, double radiusNorth,
                             double topScale, double height, double startDeg, double endDeg,
-                            const std::array<std::uint8_t, 4>& rgba)
+                            const std::array<std::uint8_t, 4>& rgba, int roundSegments)
 {
     if (!(radiusEast > 0.0) || !(radiusNorth > 0.0) || !(height > 0.0) || !(topScale >= 0.0) ||
         !std::isfinite(radiusEast) || !std::isfinite(radiusNorth) || !std::isfinite(height) ||
@@ -269,7 +192,7 @@ void DemoScene::AddCylinder(double lon, double lat, double base, double radiusEa
         return BSX::BsxPoint3D(centre.x + east[0] * ca + north[0] * sa, centre.y + east[1] * ca + north[1] * sa,
                                centre.z + east[2] * ca + north[2] * sa);
     };
-    const int segments = std::max(1, static_cast<int>(std::ceil(kCircleSegments * sweep / 360.0)));
+    const int segments = std::max(1, static_cast<int>(std::ceil(std::max(3, roundSegments) * sweep / 360.0)));
     for (int s = 0; s < segments; ++s) {
         const double a0 = startDeg + sweep * s / segments, a1 = startDeg + sweep * (s + 1) / segments;
         const BSX::BsxPoint3D b0 = rim(foot, a0), b1 = rim(foot, a1), t0 = rim(head, a0), t1 = rim(head, a1);

@@ -1,6 +1,6 @@
 #pragma once
-// The 3D scene the demo writes: coloured triangles, line strips and points in Earth-centred,
-// Earth-fixed coordinates (WGS84, metres), built from features and chart solids.
+// The 3D scene the demo writes: coloured triangles and line segments over shared vertices in
+// Earth-centred, Earth-fixed coordinates (WGS84, metres), built from features and chart solids.
 #include <array>
 #include <cstdint>
 #include <string>
@@ -8,18 +8,22 @@
 
 #include "BsxGeometry.h"
 #include "DemoLayer.h"
+#include "DemoPreparedLayer.h"
 #include "KrColorValue3D.h"
 #include "KrGeometry.h"
 #include "KrStyle.h"
 
 namespace KRN {
 
+// Surfaces carry no normals: they are drawn unlit, and viewers that light them compute the
+// flat normals of their triangles, which is what a map of flat-coloured regions wants
 struct DemoVertex {
     double x = 0.0, y = 0.0, z = 0.0;
-    float nx = 0.0f, ny = 0.0f, nz = 1.0f;
     std::array<std::uint8_t, 4> rgba{{255, 255, 255, 255}};
     // Index of the layer feature the vertex belongs to, so that a viewer can pick features
     std::uint32_t feature = 0;
+
+    BSX::BsxPoint3D Position() const { return BSX::BsxPoint3D(x, y, z); }
 };
 
 class DemoScene {
@@ -38,43 +42,52 @@ public:
     // Names of the features by id; as many as the highest id begun plus one
     const std::vector<std::string>& GetFeatureNames() const { return m_featureNames; }
 
-    // A feature's geometry in a style: regions filled (extruded when the style has a height),
-    // lines as strips, points as points
-    void AddFeature(const DemoFeature& feature, const KrStyle& style);
+    // Sides of the round solids of charts, and of the markers that stand for points
+    static constexpr int kCircleSegments = 32;
+    static constexpr int kMarkerSides = 6;
+    // Radius in metres of the markers that stand for points
+    void SetMarkerRadius(double metres) { m_markerRadius = metres; }
+
+    // A feature's geometry in a style: regions as their prepared mesh (extruded when the style
+    // has a height; nothing without a mesh), lines as segments, points as markers (columns as
+    // tall as the style's extrusion when it has one)
+    void AddFeature(const DemoFeature& feature, const DemoMesh* mesh, const KrStyle& style);
     // A chart compound from the graph theme: its cylinders and pie slices as solids
     void AddChart(const KrGeometry& chart);
 
-    const std::vector<DemoVertex>& GetTriangles() const { return m_triangles; }
-    const std::vector<DemoVertex>& GetLineVertices() const { return m_lines; }
-    // First vertex and vertex count of each strip in GetLineVertices
-    const std::vector<std::pair<size_t, size_t>>& GetStrips() const { return m_strips; }
-    const std::vector<DemoVertex>& GetPoints() const { return m_points; }
-    size_t GetTriangleCount() const { return m_triangles.size() / 3; }
+    // Triangles: three indices into GetVertices each
+    const std::vector<DemoVertex>& GetVertices() const { return m_vertices; }
+    const std::vector<std::uint32_t>& GetIndices() const { return m_indices; }
+    // Line segments: two indices into GetLineVertices each
+    const std::vector<DemoVertex>& GetLineVertices() const { return m_lineVertices; }
+    const std::vector<std::uint32_t>& GetLineIndices() const { return m_lineIndices; }
+    size_t GetTriangleCount() const { return m_indices.size() / 3; }
 
-    // Appends one triangle (ECEF corners); its normal faces away from the Earth's centre when
-    // outward is set. Degenerate triangles are dropped.
+    // Appends one triangle (ECEF corners) with corners of its own; it is wound to face away from
+    // the Earth's centre when outward is set. Degenerate triangles are dropped.
     void AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
                      const std::array<std::uint8_t, 4>& rgba, bool outward);
     // An upright solid of elliptic section standing on lon/lat/base: radii along east and north
     // at the bottom and (scaled by topScale) at the top, in metres; a slice between two angles
     // (degrees counter-clockwise from east) or the whole round when they span 360
     void AddCylinder(double lon, double lat, double base, double radiusEast, double radiusNorth, double topScale,
-                     double height, double startDeg, double endDeg, const std::array<std::uint8_t, 4>& rgba);
+                     double height, double startDeg, double endDeg, const std::array<std::uint8_t, 4>& rgba,
+                     int roundSegments = kCircleSegments);
 
 private:
-    void AddRegion(const DemoPart& part, const KrStyle& style);
-    void AddSurfaceTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c, double h,
-                            const std::array<std::uint8_t, 4>& rgba, int depth);
-
+    void AddRegion(const DemoMesh& mesh, const KrStyle& style);
+    void AddMarker(double lon, double lat, double base, const KrStyle& style);
+    std::uint32_t AddVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba);
     DemoVertex NewVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba) const;
 
     double m_heightScale = 1.0;
     std::uint32_t m_feature = 0;
     std::vector<std::string> m_featureNames;
-    std::vector<DemoVertex> m_triangles;
-    std::vector<DemoVertex> m_lines;
-    std::vector<std::pair<size_t, size_t>> m_strips;
-    std::vector<DemoVertex> m_points;
+    double m_markerRadius = 1000.0;
+    std::vector<DemoVertex> m_vertices;
+    std::vector<std::uint32_t> m_indices;
+    std::vector<DemoVertex> m_lineVertices;
+    std::vector<std::uint32_t> m_lineIndices;
 };
 
 } // namespace KRN

@@ -22,6 +22,7 @@
 #include "DemoJson.h"
 #include "DemoLayerStream.h"
 #include "DemoProgress.h"
+#include "DemoPreparedLayer.h"
 #include "DemoScene.h"
 #include "DemoThemeBuilder.h"
 #include "DemoTileTree.h"
@@ -408,6 +409,9 @@ struct Worker {
     std::unique_ptr<KrTheme3D> theme;
     std::unique_ptr<DemoDrawer> drawer;
     DemoLayerStream stream;
+    // Each worker repairs and triangulates its own features with its own GEOS context
+    DemoPreparedLayer prepared;
+    DemoMesh mesh;
 };
 
 class TreeRun {
@@ -546,14 +550,19 @@ bool TreeRun::WriteContent(Worker& worker, const DemoTileNode& node, std::vector
             const Candidate& c = *batch[next];
             worker.drawer->Draw(c.feature, static_cast<size_t>(c.fid), out);
             scene.BeginFeature(static_cast<std::uint32_t>(next - first), "#" + std::to_string(c.fid));
-            if (out.drawn && out.style) scene.AddFeature(c.feature, *out.style);
+            if (out.drawn && out.style) {
+                BSX::BsxPoint3D anchor;
+                if (c.feature.geometryType % 100 == KrGeometry::GEO_REGION) worker.prepared.PrepareFeature(c.feature.parts, worker.mesh, anchor);
+                else worker.mesh = DemoMesh();
+                scene.AddFeature(c.feature, &worker.mesh, *out.style);
+            }
             if (out.chart) scene.AddChart(*out.chart);
             if (m_labels && !out.label.IsEmpty() && c.feature.hasAnchor) {
                 labels.BeginObject().Key("text").String(out.label.ToUtf8()).Key("lon").Number(c.feature.anchor.x);
                 labels.Key("lat").Number(c.feature.anchor.y).Key("fid").Integer(c.fid).EndObject();
                 anyLabel = true;
             }
-            vertices = scene.GetTriangles().size() + scene.GetLineVertices().size() + scene.GetPoints().size();
+            vertices = scene.GetVertices().size() + scene.GetLineVertices().size();
             if (vertices * kVertexBytes >= kMaxContentBytes) {
                 ++next;
                 break;

@@ -65,7 +65,7 @@ void WriteTile(DemoJson& j, const DemoTileTree& tree, const std::vector<DemoTile
 bool DemoTileset::SceneRegion(const DemoScene& scene, DemoRegion& region)
 {
     bool any = false;
-    for (const auto* list : {&scene.GetTriangles(), &scene.GetLineVertices(), &scene.GetPoints()}) {
+    for (const auto* list : {&scene.GetVertices(), &scene.GetLineVertices()}) {
         for (const DemoVertex& v : *list) {
             double lon, lat, h;
             ToGeodetic(v.x, v.y, v.z, lon, lat, h);

@@ -124,7 +124,7 @@ void CheckGlb(const std::string& path, double& minRadius, double& maxRadius)
             const auto& a = doc["accessors"][primitive["attributes"]["POSITION"].get<size_t>()];
             const auto& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
             const size_t count = a["count"].get<size_t>();
-            const size_t at = a["byteOffset"].get<size_t>();
+            const size_t at = a.value("byteOffset", size_t(0));
             const size_t viewAt = view["byteOffset"].get<size_t>();
             ASSERT_EQ(a["componentType"].get<int>(), 5126);
             ASSERT_LE(at + count * 12, view["byteLength"].get<size_t>());

@@ -5,6 +5,8 @@ const fs = require('fs');
 const path = require('path');
 
 const validatorDir = process.argv[2];
+// With T3D_GLB_STRICT=1 a warning fails the file as an error does
+const strict = process.env.T3D_GLB_STRICT === '1';
 const files = process.argv.slice(3);
 let validator;
 try {
@@ -34,7 +36,7 @@ if (files.length === 0) {
     for (const m of issues.messages) {
       if (m.severity <= 1) console.log(`  [${m.severity === 0 ? 'error' : 'warning'}] ${m.code} ${m.pointer || ''}: ${m.message}`);
     }
-    if (issues.numErrors > 0) failed = true;
+    if (issues.numErrors > 0 || (strict && issues.numWarnings > 0)) failed = true;
   }
   process.exit(failed ? 1 : 0);
 })();
