@@ -227,6 +227,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     // Charts come out of the drawer in metres already
     scene.SetHeightScale(chart ? 1.0 : run.heightScale);
     scene.SetMarkerRadius(MarkerRadius(layer));
+    scene.Reserve(prepared.GetStats().meshVertices, prepared.GetStats().triangles * 3);
     const int idField = options.idField.empty() ? -1 : layer.FindField(options.idField);
     const BSX::BsxUnicodeString idName = BSX::BsxUnicodeString::FromUtf8(options.idField);
     DemoJson labels, perFeature;

@@ -1,6 +1,7 @@
 #include "DemoGlbWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -31,9 +32,17 @@ void Pad(std::vector<std::uint8_t>& bytes, std::uint8_t fill, size_t alignment =
 // sRGB transfer curve, kept in 16 bits so that the darkest legend colours survive the round trip
 std::uint16_t LinearChannel(std::uint8_t srgb)
 {
-    const double c = srgb / 255.0;
-    const double linear = c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-    return static_cast<std::uint16_t>(std::lround(linear * 65535.0));
+    // Computed once for the 256 values a channel can take: the curve is costly per vertex
+    static const std::array<std::uint16_t, 256> table = [] {
+        std::array<std::uint16_t, 256> t{};
+        for (size_t i = 0; i < t.size(); ++i) {
+            const double c = static_cast<double>(i) / 255.0;
+            const double linear = c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+            t[i] = static_cast<std::uint16_t>(std::lround(linear * 65535.0));
+        }
+        return t;
+    }();
+    return table[srgb];
 }
 
 void PutU32(std::vector<std::uint8_t>& bytes, std::uint32_t v)

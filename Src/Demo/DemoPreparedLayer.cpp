@@ -183,10 +183,11 @@ struct DemoPreparedLayer::Impl {
         return seq ? GEOSGeom_createLinearRing_r(geos, seq) : nullptr;
     }
 
-    // The parts as one multipolygon in unwrapped longitudes, holes moved next to their shell.
+    // The parts as polygons in unwrapped longitudes (the caller owns them), holes moved next to
+    // their shell.
     // A part with rings round a pole holds what lies between them (a polar outer ring and the
     // coast as its hole, as spherical data draws Antarctica): the exclusive or of their caps.
-    Geom Unwrapped(const std::vector<DemoPart>& parts, size_t& vertices) const
+    std::vector<GEOSGeometry*> Unwrapped(const std::vector<DemoPart>& parts, size_t& vertices) const
     {
         std::vector<GEOSGeometry*> polygons;
         for (const DemoPart& part : parts) {
@@ -217,9 +218,7 @@ struct DemoPreparedLayer::Impl {
             if (band) Polygons(band.get(), pieces);
             for (const GEOSGeometry* piece : pieces) polygons.push_back(GEOSGeom_clone_r(geos, piece));
         }
-        if (polygons.empty()) return Own(nullptr);
-        return Own(GEOSGeom_createCollection_r(geos, GEOS_MULTIPOLYGON, polygons.data(),
-                                               static_cast<unsigned>(polygons.size())));
+        return polygons;
     }
 
     GEOSGeometry* MakePolygon(const Ring& ring) const
@@ -293,6 +292,18 @@ struct DemoPreparedLayer::Impl {
     }
 };
 
+BSX::BsxPoint3D DemoPreparedLayer::ToEcef(double lon, double lat, double height)
+{
+    constexpr double kDeg = 3.14159265358979323846 / 180.0;
+    constexpr double kSemiMajor = 6378137.0;
+    constexpr double kFlattening = 1.0 / 298.257223563;
+    const double e2 = kFlattening * (2.0 - kFlattening);
+    const double sinLat = std::sin(lat * kDeg), cosLat = std::cos(lat * kDeg);
+    const double n = kSemiMajor / std::sqrt(1.0 - e2 * sinLat * sinLat);
+    return BSX::BsxPoint3D((n + height) * cosLat * std::cos(lon * kDeg), (n + height) * cosLat * std::sin(lon * kDeg),
+                           (n * (1.0 - e2) + height) * sinLat);
+}
+
 DemoPreparedLayer::DemoPreparedLayer() : m_impl(new Impl) {}
 
 DemoPreparedLayer::~DemoPreparedLayer() = default;
@@ -310,6 +321,7 @@ void DemoPreparedLayer::Prepare(DemoLayer& layer)
             f.hasAnchor = true;
         }
         m_stats.triangles += m_meshes[i].triangles.size() / 3;
+        m_stats.meshVertices += m_meshes[i].vertices.size();
     }
 }
 
@@ -317,15 +329,28 @@ bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoM
 {
     Impl& g = *m_impl;
     mesh = DemoMesh();
-    Impl::Geom shape = g.Unwrapped(parts, m_stats.inputVertices);
-    if (!shape) return false;
-    if (GEOSisValid_r(g.geos, shape.get()) != 1) {
-        shape = g.Own(GEOSMakeValidWithParams_r(g.geos, shape.get(), g.repair));
-        if (!shape) return false;
-        ++m_stats.repairedFeatures;
+    // Each part is checked and repaired on its own: a country of a thousand islands costs a
+    // thousand small checks instead of one overlay of them all, and only its faulty parts are
+    // rebuilt. Parts that overlap one another are left as drawn.
+    std::vector<Impl::Geom> owned;
+    bool repaired = false;
+    for (GEOSGeometry* raw : g.Unwrapped(parts, m_stats.inputVertices)) {
+        Impl::Geom part = g.Own(raw);
+        if (GEOSisValid_r(g.geos, part.get()) == 1) {
+            owned.push_back(std::move(part));
+            continue;
+        }
+        repaired = true;
+        Impl::Geom fixed = g.Own(GEOSMakeValidWithParams_r(g.geos, part.get(), g.repair));
+        std::vector<const GEOSGeometry*> pieces;
+        if (fixed) g.Polygons(fixed.get(), pieces);
+        for (const GEOSGeometry* piece : pieces) owned.push_back(g.Own(GEOSGeom_clone_r(g.geos, piece)));
     }
+    if (repaired) ++m_stats.repairedFeatures;
     std::vector<const GEOSGeometry*> polygons;
-    g.Polygons(shape.get(), polygons);
+    for (const Impl::Geom& p : owned) {
+        if (p && !GEOSisEmpty_r(g.geos, p.get())) polygons.push_back(p.get());
+    }
     if (polygons.empty()) return false;
 
     // The anchor: centre of the largest circle inside the largest part
@@ -349,23 +374,27 @@ bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoM
     anchor = BSX::BsxPoint3D(std::remainder(cx, 360.0), cy, 0.0);
     if (anchor.x == 180.0) anchor.x = -180.0;
 
-    // Back into [-180, 180]: each whole turn the shape reaches into is clipped and moved home
-    GEOSGeom_getXMin_r(g.geos, shape.get(), &minX), GEOSGeom_getXMax_r(g.geos, shape.get(), &maxX);
-    if (minX >= -180.0 && maxX <= 180.0) {
-        for (const GEOSGeometry* p : polygons) g.AddPolygon(p, 0.0, mesh);
-    } else {
-        ++m_stats.splitFeatures;
+    // Back into [-180, 180]: each whole turn a part reaches into is clipped and moved home
+    bool split = false;
+    for (const GEOSGeometry* p : polygons) {
+        GEOSGeom_getXMin_r(g.geos, p, &minX), GEOSGeom_getXMax_r(g.geos, p, &maxX);
+        if (minX >= -180.0 && maxX <= 180.0) {
+            g.AddPolygon(p, 0.0, mesh);
+            continue;
+        }
+        split = true;
         for (int turn = static_cast<int>(std::floor((minX + 180.0) / 360.0));
              turn <= static_cast<int>(std::floor((maxX + 180.0) / 360.0)); ++turn) {
             const double west = -180.0 + 360.0 * turn;
             Impl::Geom box = g.Own(GEOSGeom_createRectangle_r(g.geos, west, -90.0, west + 360.0, 90.0));
-            Impl::Geom piece = g.Own(box ? GEOSIntersection_r(g.geos, shape.get(), box.get()) : nullptr);
+            Impl::Geom piece = g.Own(box ? GEOSIntersection_r(g.geos, p, box.get()) : nullptr);
             if (!piece) continue;
             std::vector<const GEOSGeometry*> pieces;
             g.Polygons(piece.get(), pieces);
-            for (const GEOSGeometry* p : pieces) g.AddPolygon(p, -360.0 * turn, mesh);
+            for (const GEOSGeometry* q : pieces) g.AddPolygon(q, -360.0 * turn, mesh);
         }
     }
+    if (split) ++m_stats.splitFeatures;
 
     // One constrained triangulation of all the outlines, with a grid of inner points so that
     // no triangle spans more than a few degrees; the nesting of the outlines tells inside
@@ -398,6 +427,7 @@ bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoM
             if (v->info() == kUnset) {
                 v->info() = static_cast<std::uint32_t>(mesh.vertices.size());
                 mesh.vertices.emplace_back(v->point().x(), v->point().y(), 0.0);
+                mesh.ground.push_back(ToEcef(v->point().x(), v->point().y(), 0.0));
             }
             mesh.triangles.push_back(v->info());
         }

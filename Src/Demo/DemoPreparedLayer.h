@@ -20,6 +20,8 @@ struct DemoMesh {
     std::vector<BSX::BsxPoint3D> vertices;
     // Three vertex indices per triangle, counter-clockwise seen from above
     std::vector<std::uint32_t> triangles;
+    // The vertices on the ground in Earth-centred coordinates (metres), as most themes draw them
+    std::vector<BSX::BsxPoint3D> ground;
     // Outlines of the repaired parts (outer rings counter-clockwise, holes clockwise), closed
     // (first point repeated) and cut so that no edge is longer than the mesh's edges
     std::vector<std::vector<BSX::BsxPoint3D>> rings;
@@ -30,6 +32,8 @@ struct DemoPrepareStats {
     size_t repairedFeatures = 0;
     size_t splitFeatures = 0;
     size_t triangles = 0;
+    // Vertices of all meshes together
+    size_t meshVertices = 0;
 };
 
 class DemoPreparedLayer {
@@ -37,6 +41,10 @@ public:
     // No edge of the mesh is longer than this many degrees, so that flat triangles stay within
     // about a kilometre of the curved surface
     static constexpr double kMaxEdgeDegrees = 2.0;
+
+    // Longitude and latitude in degrees and height in metres on the WGS84 ellipsoid to
+    // Earth-centred, Earth-fixed coordinates in metres
+    static BSX::BsxPoint3D ToEcef(double lon, double lat, double height);
 
     DemoPreparedLayer();
     ~DemoPreparedLayer();

@@ -14,9 +14,6 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kDeg = kPi / 180.0;
-// WGS84 ellipsoid
-constexpr double kSemiMajor = 6378137.0;
-constexpr double kFlattening = 1.0 / 298.257223563;
 
 // Twice the area of a triangle of Earth-centred corners; zero for the corners a pole collapses
 double DoubleArea(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c, double normal[3])
@@ -37,11 +34,7 @@ bool IsSeam(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
 
 BSX::BsxPoint3D DemoScene::ToEcef(double lon, double lat, double height)
 {
-    const double e2 = kFlattening * (2.0 - kFlattening);
-    const double sinLat = std::sin(lat * kDeg), cosLat = std::cos(lat * kDeg);
-    const double n = kSemiMajor / std::sqrt(1.0 - e2 * sinLat * sinLat);
-    return BSX::BsxPoint3D((n + height) * cosLat * std::cos(lon * kDeg), (n + height) * cosLat * std::sin(lon * kDeg),
-                           (n * (1.0 - e2) + height) * sinLat);
+    return DemoPreparedLayer::ToEcef(lon, lat, height);
 }
 
 std::array<std::uint8_t, 4> DemoScene::ToRgba(const KrColorValue3D& c)
@@ -99,17 +92,22 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
     const double top = bottom + height;
     if (!std::isfinite(top) || mesh.triangles.empty()) return;
 
-    // The surface shares its corners: one vertex per mesh vertex, triangles by index
+    // The surface shares its corners: one vertex per mesh vertex, triangles by index (the mesh
+    // holds its corners on the ground already)
     const std::uint32_t base = static_cast<std::uint32_t>(m_vertices.size());
     m_vertices.reserve(m_vertices.size() + mesh.vertices.size());
-    for (const BSX::BsxPoint3D& p : mesh.vertices) AddVertex(ToEcef(p.x, p.y, top), rgba);
+    if (top == 0.0 && mesh.ground.size() == mesh.vertices.size()) {
+        for (const BSX::BsxPoint3D& e : mesh.ground) AddVertex(e, rgba);
+    } else {
+        for (const BSX::BsxPoint3D& p : mesh.vertices) AddVertex(ToEcef(p.x, p.y, top), rgba);
+    }
     m_indices.reserve(m_indices.size() + mesh.triangles.size());
+    auto atPole = [&mesh](std::uint32_t k) { return std::fabs(mesh.vertices[k].y) == 90.0; };
     for (size_t t = 0; t + 2 < mesh.triangles.size(); t += 3) {
-        const std::uint32_t k[3] = {base + mesh.triangles[t], base + mesh.triangles[t + 1], base + mesh.triangles[t + 2]};
-        double n[3];
-        const double len = DoubleArea(m_vertices[k[0]].Position(), m_vertices[k[1]].Position(), m_vertices[k[2]].Position(), n);
-        if (!(len > 1e-6) || !std::isfinite(len)) continue;
-        m_indices.insert(m_indices.end(), {k[0], k[1], k[2]});
+        const std::uint32_t a = mesh.triangles[t], b = mesh.triangles[t + 1], c = mesh.triangles[t + 2];
+        // Two corners on a pole are one point on the globe: the triangle has no area
+        if (atPole(a) + atPole(b) + atPole(c) >= 2) continue;
+        m_indices.insert(m_indices.end(), {base + a, base + b, base + c});
     }
     if (height <= 0.0) return;
     // Walls along every outline (outer rings counter-clockwise, so their faces look outwards);
@@ -126,6 +124,12 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
             m_indices.insert(m_indices.end(), {f0, f1, h1, f0, h1, h0});
         }
     }
+}
+
+void DemoScene::Reserve(size_t vertices, size_t indices)
+{
+    m_vertices.reserve(vertices);
+    m_indices.reserve(indices);
 }
 
 void DemoScene::AddMarker(double lon, double lat, double base, const KrStyle& style)

@@ -45,6 +45,8 @@ public:
     // Sides of the round solids of charts, and of the markers that stand for points
     static constexpr int kCircleSegments = 32;
     static constexpr int kMarkerSides = 6;
+    // Room for this many triangle vertices and indices, so that large layers grow no copies
+    void Reserve(size_t vertices, size_t indices);
     // Radius in metres of the markers that stand for points
     void SetMarkerRadius(double metres) { m_markerRadius = metres; }
 
