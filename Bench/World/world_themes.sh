@@ -16,7 +16,7 @@ measure() { # name, then the demo's arguments
   /usr/bin/time -f "%e %U %M" -o "$out/$name.time" "$demo" --no-progress --out "$out" "$@" > "$out/$name.log"
   read -r wall user kb < "$out/$name.time"
   local tri
-  tri=$(grep ' features,' "$out/$name.log" | grep -o '[0-9]* triangles' | awk '{s += $1} END {print s + 0}')
+  tri=$(grep ' drawn,' "$out/$name.log" | grep -o '[0-9]* triangles' | awk '{s += $1} END {print s + 0}')
   printf "%-10s wall %6.2f s  cpu %6.2f s  peak %5d MB  triangles %8d\n" "$name" "$wall" "$user" $((kb / 1024)) "$tri"
   echo "$user $tri" > "$out/$name.cpu"
 }
