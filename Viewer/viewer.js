@@ -117,7 +117,9 @@ function text(tag, content, className) {
 }
 
 function formatNumber(v) {
-  return typeof v === 'number' ? v.toLocaleString('en-US', { maximumFractionDigits: 2 }) : String(v);
+  if (typeof v !== 'number') return String(v);
+  // Small factors (a height scale of 0.0005) keep two significant digits instead of becoming 0
+  return v !== 0 && Math.abs(v) < 0.01 ? v.toPrecision(2) : v.toLocaleString('en-US', { maximumFractionDigits: 2 });
 }
 
 function renderLayerList() {
@@ -141,12 +143,19 @@ function legendPanel(layer) {
   panel.dataset.layer = theme.name;
   panel.append(text('h2', `${theme.name}: ${legend.expression || theme.kind}`));
   const meta = [];
-  if (legend.method) meta.push(`classification: ${legend.method}`);
-  const series = legend.entries.filter((e) => e.role === 'series');
-  if (series.length) meta.push(`series: ${series.map((e) => e.value || e.caption).join(', ')}`);
-  if (theme.kind === 'graph' || theme.heightScale !== 1) meta.push(`height scale: ${formatNumber(theme.heightScale)}`);
-  const breaks = [...new Set(legend.entries.flatMap((e) => [e.low, e.high]).filter(Number.isFinite))];
+  if (legend.method) {
+    const fit = Number.isFinite(legend.goodnessOfVarianceFit) ? `, goodness of fit ${legend.goodnessOfVarianceFit.toFixed(2)}` : '';
+    meta.push(`classification: ${legend.method}${fit}`);
+  }
+  const breaks = Array.isArray(legend.breaks) ? legend.breaks
+    : [...new Set(legend.entries.flatMap((e) => [e.low, e.high]).filter(Number.isFinite))];
   if (breaks.length) meta.push(`breaks: ${breaks.map(formatNumber).join(' | ')}`);
+  const series = legend.entries.filter((e) => e.role === 'series');
+  if (series.length) {
+    const scale = (e) => (Number.isFinite(e.metresPerUnit) ? ` (${e.metresPerUnit.toPrecision(2)} m per unit)` : '');
+    meta.push(`series: ${series.map((e) => `${e.value || e.caption}${scale(e)}`).join(', ')}`);
+  }
+  if (theme.kind === 'graph' || theme.heightScale !== 1) meta.push(`height scale: ×${formatNumber(theme.heightScale)}`);
   for (const line of meta) panel.append(text('p', line, 'meta'));
   const table = document.createElement('table');
   for (const entry of legend.entries) {

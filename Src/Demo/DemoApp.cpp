@@ -14,6 +14,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerReader.h"
+#include "DemoManifest.h"
 #include "DemoOutput.h"
 #include "DemoPlugin.h"
 #include "DemoProgress.h"
@@ -143,12 +144,6 @@ void Value(DemoJson& j, const BSX::BsxVariant& v)
     }
 }
 
-void Extent(DemoJson& j, const DemoLayer& layer)
-{
-    j.Key("extent").BeginObject().Key("west").Number(layer.bounds.left).Key("south").Number(layer.bounds.bottom);
-    j.Key("east").Number(layer.bounds.right).Key("north").Number(layer.bounds.top).EndObject();
-}
-
 // Diagonal in degrees of the extent of a feature's largest part: viewers place the labels of
 // larger features first. Parts count alone, so that islands either side of the antimeridian do
 // not make a small country span the globe.
@@ -186,10 +181,10 @@ struct RunTimes {
 
 namespace {
 
-// Draws one theme and writes its files; its entry in the scene manifest goes to themes
+// Draws one theme and writes its files; its entry goes to the scene manifest
 int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& layer, const DemoPreparedLayer& prepared,
            KrTheme3DFactory& factory,
-           RunTimes& times, DemoJson& themes)
+           RunTimes& times, DemoManifest& manifest)
 {
     std::string error;
     auto started = Clock::now();
@@ -311,14 +306,14 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
         std::fprintf(stderr, "t3d_demo: %s; not written: %s\n", error.c_str(), missing.c_str());
         return 3;
     }
-    const bool isLabel = theme->GetType() == KrTheme3D::Theme3DLabel;
-    themes.BeginObject().Key("name").String(name).Key("kind").String(DemoThemeBuilder::KindName(theme->GetType()));
-    themes.Key("glb").String(name + ".glb").Key("xml").String(name + ".theme.xml");
-    themes.Key("legend").String(name + ".legend.json").Key("features").String(name + ".features.json");
-    if (isLabel) themes.Key("labels").String(name + ".labels.json");
-    themes.Key("heightScale").Number(run.heightScale);
-    Extent(themes, layer);
-    themes.EndObject();
+    DemoManifest::Theme entry;
+    entry.name = name;
+    entry.kind = DemoThemeBuilder::KindName(theme->GetType());
+    entry.glb = name + ".glb", entry.xml = name + ".theme.xml";
+    entry.legend = name + ".legend.json", entry.features = name + ".features.json";
+    if (theme->GetType() == KrTheme3D::Theme3DLabel) entry.labels = name + ".labels.json";
+    entry.heightScale = run.heightScale;
+    manifest.Add(entry);
     std::printf("%-8s %-7s %6zu features, %5zu drawn, %4d classes, %5zu labels, %5zu charts, %7zu triangles;"
                 " build %.1f ms, draw %.1f ms, write %.1f ms\n",
                 name.c_str(), DemoThemeBuilder::KindName(theme->GetType()), layer.features.size(), drawn,
@@ -389,21 +384,15 @@ int DemoApp::Run(const DemoOptions& options)
     int status = 0;
     RunTimes total;
     // The manifest lists every theme drawn, so that a viewer needs nothing but this folder
-    DemoJson manifest;
-    manifest.BeginObject().Key("layer").BeginObject().Key("name").String(layer.name);
-    manifest.Key("features").Integer(static_cast<long long>(layer.features.size()));
-    Extent(manifest, layer);
-    manifest.EndObject().Key("themes").BeginArray();
+    DemoManifest manifest(layer.name, layer.features.size(),
+                          {layer.bounds.left, layer.bounds.bottom, layer.bounds.right, layer.bounds.top});
     for (const DemoRun& run : options.runs) {
         RunTimes times;
         const int result = RunOne(effective, run, layer, prepared, factory, times, manifest);
         if (result != 0) return result;
         total.build += times.build, total.draw += times.draw, total.write += times.write;
     }
-    manifest.EndArray().EndObject();
-    DemoOutputSet manifestFile;
-    if (!manifestFile.WriteText(options.outDir + "/scene.json", manifest.Text() + "\n", error) ||
-        !manifestFile.Commit(error)) {
+    if (!manifest.Write(options.outDir, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 3;
     }

@@ -108,6 +108,10 @@ TEST(Tileset, DocumentKeepsTheRulesAndNamesEveryTileOnce)
     }
     EXPECT_EQ(files, walk.uris.size());
     std::printf("%d tiles, depth %d, %zu contents\n", walk.tiles, walk.depth, walk.uris.size());
+    // The folder's manifest leads a viewer to this tileset
+    const json manifest = json::parse(ReadBytes(fs::path(kTiles) / "threads1/scene.json"), nullptr, false);
+    ASSERT_TRUE(manifest.is_object());
+    EXPECT_EQ(manifest["themes"][0]["tileset"], "range/tileset.json");
 }
 
 TEST(Tileset, ThreadCountChangesNoByte)
