@@ -10,7 +10,7 @@ if (!dataDir || !out) {
 const viewer = await openViewer({ dataDir });
 try {
   if (feature) {
-    // Click where the label theme anchors the feature, as a person would
+    // Click near where the label theme anchors the feature, as a person would
     const at = await viewer.page.evaluate(async (name) => {
       const { Cesium, t3d } = window;
       const layer = t3d.layers.find((l) => l.labels);
@@ -18,7 +18,8 @@ try {
       return label ? Cesium.SceneTransforms.worldToWindowCoordinates(t3d.viewer.scene, label.position) : null;
     }, feature);
     if (!at) throw new Error(`no label anchors ${feature}`);
-    await viewer.page.mouse.click(at.x, at.y);
+    // A little south of the anchor, clear of the chart that stands on it
+    await viewer.page.mouse.click(at.x, at.y + 25);
     await viewer.page.waitForFunction(() => window.t3d.lastPick, { timeout: 60000 });
   }
   await viewer.page.screenshot({ path: out });

@@ -8,8 +8,8 @@ packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-d
 # its tests read JSON and run the glTF validator on node
 packages+=(libgeos-dev libcgal-dev nlohmann-json3-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
-# The viewer's browser test drives Debian's Chromium headless
-packages+=(chromium)
+# The viewer is served by python3; its browser test drives Debian's Chromium headless
+packages+=(python3 chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
