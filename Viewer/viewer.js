@@ -215,8 +215,10 @@ function onClick(viewer, position) {
   showPick(layer, record, (record && record.id) || tableName || `#${picked.featureId}`);
 }
 
-function frameLayers(viewer, layers) {
-  const extents = layers.map((l) => l.theme.extent).filter(Boolean);
+function frameLayers(viewer, layers, layerOfScene) {
+  // Each theme's extent, or the scene layer's when the themes give none
+  const fallback = layerOfScene && layerOfScene.extent;
+  const extents = layers.map((l) => l.theme.extent || fallback).filter(Boolean);
   if (!extents.length) return;
   const clamp = (v, lo, hi) => Math.min(hi, Math.max(lo, v));
   const w = clamp(Math.min(...extents.map((e) => e.west)), -180, 180);
@@ -258,7 +260,7 @@ async function main() {
   if (!themes.length) throw new Error(`${sceneUrl.pathname} lists no theme`);
   $('title').textContent = manifest.layer && manifest.layer.name ? manifest.layer.name : 'Scene';
   t3d.layers = await Promise.all(themes.map((theme, i) => loadLayer(viewer, theme, themes.length - i)));
-  frameLayers(viewer, t3d.layers);
+  frameLayers(viewer, t3d.layers, manifest.layer);
   // Surfaces of several themes would hide one another: the first theme starts shown, with the
   // label and chart themes that stand on top of it
   await Promise.all(t3d.layers.map((layer, i) =>
