@@ -5,8 +5,11 @@
 
 namespace BSX {
 
+/// Wide-character string of the host's foundation library
 class BsxUnicodeString {
 public:
+    /// Construction and assignment: empty, from wide text (null is empty), copies and moves
+    ///@{
     BsxUnicodeString() = default;
     BsxUnicodeString(const wchar_t* text);
     BsxUnicodeString(const std::wstring& text) : m_text(text) {}
@@ -16,13 +19,18 @@ public:
     BsxUnicodeString& operator=(const BsxUnicodeString&) = default;
     BsxUnicodeString& operator=(BsxUnicodeString&&) noexcept = default;
     BsxUnicodeString& operator=(const wchar_t* text);
+    ///@}
 
-    // UTF-8 conversions (invalid sequences become U+FFFD)
+    /// UTF-8 conversions (invalid sequences become U+FFFD)
+    ///@{
     static BsxUnicodeString FromUtf8(const std::string& text) { return FromUtf8(text.data(), text.size()); }
     static BsxUnicodeString FromUtf8(const char* text, size_t length);
     std::string ToUtf8() const { return ToUtf8(m_text.data(), m_text.size()); }
     static std::string ToUtf8(const wchar_t* text, size_t length);
+    ///@}
 
+    /// Concatenation (a null wide pointer adds nothing)
+    ///@{
     BsxUnicodeString& operator+=(const BsxUnicodeString& other) { m_text += other.m_text; return *this; }
     BsxUnicodeString& operator+=(const wchar_t* other) { if (other) m_text += other; return *this; }
     BsxUnicodeString& operator+=(wchar_t ch) { m_text += ch; return *this; }
@@ -30,50 +38,72 @@ public:
     friend BsxUnicodeString operator+(const BsxUnicodeString& a, const BsxUnicodeString& b) { return BsxUnicodeString(a.m_text + b.m_text); }
     friend BsxUnicodeString operator+(const BsxUnicodeString& a, const wchar_t* b) { BsxUnicodeString r(a); r += b; return r; }
     friend BsxUnicodeString operator+(const wchar_t* a, const BsxUnicodeString& b) { BsxUnicodeString r(a); r += b; return r; }
+    ///@}
 
+    /// Exact comparison (a null wide pointer equals the empty string)
+    ///@{
     friend bool operator==(const BsxUnicodeString& a, const BsxUnicodeString& b) { return a.m_text == b.m_text; }
     friend bool operator!=(const BsxUnicodeString& a, const BsxUnicodeString& b) { return a.m_text != b.m_text; }
     friend bool operator==(const BsxUnicodeString& a, const wchar_t* b) { return a.m_text == (b ? b : L""); }
     friend bool operator!=(const BsxUnicodeString& a, const wchar_t* b) { return !(a == b); }
-    // Order of dictionary keys: code-unit by code-unit
+    ///@}
+    /// Order of dictionary keys: code-unit by code-unit
     friend bool operator<(const BsxUnicodeString& a, const BsxUnicodeString& b) { return a.m_text < b.m_text; }
 
+    /// Whether there is no character
     bool IsEmpty() const { return m_text.empty(); }
+    /// Removes every character
     void Empty() { m_text.clear(); }
+    /// Number of UTF-16 code units
     int GetLength() const { return static_cast<int>(m_text.size()); }
-    // Character at index; 0 outside the string
+    /// Character at index; 0 outside the string
     wchar_t operator[](int index) const;
+    /// The characters, null-terminated, valid until the string changes
+    ///@{
     const wchar_t* Cstr() const { return m_text.c_str(); }
     operator const wchar_t*() const { return m_text.c_str(); }
     const std::wstring& Str() const { return m_text; }
+    ///@}
 
-    // printf-style formatting; "%s" and "%c" take wide arguments as the host does.
-    // A format the C library rejects leaves the string empty and answers false.
+    /// printf-style formatting; "%s" and "%c" take wide arguments as the host does.
+    /// A format the C library rejects leaves the string empty and answers false.
+    ///@{
     bool Format(const wchar_t* format, ...);
     bool FormatV(const wchar_t* format, va_list args);
+    ///@}
 
+    /// Removes leading or trailing white space, characters of set, or one character repeated
+    ///@{
     void TrimLeft();
     void TrimRight();
     void TrimLeft(const wchar_t* set);
     void TrimRight(const wchar_t* set);
     void TrimRight(wchar_t ch);
+    ///@}
 
-    // 0 when equal ignoring case
+    /// 0 when equal ignoring case
+    ///@{
     int CompareNoCase(const wchar_t* other) const;
     int CompareNoCase(const BsxUnicodeString& other) const { return CompareNoCase(other.Cstr()); }
+    ///@}
 
-    // Index of the first occurrence at or after start, -1 when absent
+    /// Index of the first occurrence at or after start, -1 when absent
+    ///@{
     int Find(const wchar_t* what, int start = 0) const;
     int Find(wchar_t ch, int start = 0) const;
-    // Replaces every occurrence; answers the number of replacements
+    ///@}
+    /// Replaces every occurrence; answers the number of replacements
     int Replace(const wchar_t* from, const wchar_t* to);
+    /// The first or last count characters, or count characters from start (-1: to the end)
+    ///@{
     BsxUnicodeString Left(int count) const;
     BsxUnicodeString Right(int count) const;
     BsxUnicodeString Mid(int start, int count = -1) const;
+    ///@}
 
-    // Leading number of the text (wcstod rules), 0 when there is none
+    /// Leading number of the text (wcstod rules), 0 when there is none
     double ToDouble() const;
-    // Leading unsigned number in the radix, 0 when there is none, saturating at the maximum
+    /// Leading unsigned number in the radix, 0 when there is none, saturating at the maximum
     unsigned int ToUInt(unsigned int radix) const;
 
 private:
