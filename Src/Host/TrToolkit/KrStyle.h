@@ -5,35 +5,45 @@
 
 namespace KRN {
 
+/// How a feature's altitude is measured
 enum AltitudeMode : int {
-    ALTITUDE_CLAMP_TO_GROUND = 0,
-    ALTITUDE_RELATIVE_TO_GROUND = 1,
-    ALTITUDE_ABSOLUTE = 2,
+    ALTITUDE_CLAMP_TO_GROUND = 0,    ///< on the terrain
+    ALTITUDE_RELATIVE_TO_GROUND = 1, ///< above the terrain
+    ALTITUDE_ABSOLUTE = 2,           ///< above the ellipsoid
 };
 
+/// How a marker faces the viewer
 enum KrBillBoardMode : int {
-    BILLBOARD_NONE = 0,
-    BILLBOARD_SCREEN = 1,
-    BILLBOARD_AXIS = 2,
+    BILLBOARD_NONE = 0,   ///< fixed in the scene
+    BILLBOARD_SCREEN = 1, ///< always facing the screen
+    BILLBOARD_AXIS = 2,   ///< turning about the vertical axis
 };
 
+/// How a polygon is filled in 3D
 enum KrFill3DMode : int {
-    FILL3D_NONE = 0,
-    FILL3D_SURFACE = 1,
-    FILL3D_EXTRUDE = 2,
+    FILL3D_NONE = 0,    ///< outline only
+    FILL3D_SURFACE = 1, ///< a flat surface
+    FILL3D_EXTRUDE = 2, ///< extruded by the extend height
 };
 
+/// 3D drawing style: altitude, marker, icon, fill, line and model properties
 class KrStyle {
 public:
+    /// Every property at its default
     KrStyle() = default;
 
+    /// Altitude mode, bottom altitude and extrusion height
+    ///@{
     AltitudeMode GetAltitudeMode() const { return m_altitudeMode; }
     void SetAltitudeMode(const AltitudeMode& v) { m_altitudeMode = v; }
     float GetBottomAltitude() const { return m_bottomAltitude; }
     void SetBottomAltitude(const float& v) { m_bottomAltitude = v; }
     float GetExtendHeight() const { return m_extendHeight; }
     void SetExtendHeight(const float& v) { m_extendHeight = v; }
+    ///@}
 
+    /// Marker: style, 3D model flag, icon file and scale, colour, billboarding, model scale and rotation
+    ///@{
     int GetMarkerStyle() const { return m_markerStyle; }
     void SetMarkerStyle(int v) { m_markerStyle = v; }
     bool IsMarker3D() const { return m_marker3D; }
@@ -58,32 +68,42 @@ public:
     void SetMarker3DRotateX(const double& v) { m_rotateX = v; }
     void SetMarker3DRotateY(const double& v) { m_rotateY = v; }
     void SetMarker3DRotateZ(const double& v) { m_rotateZ = v; }
+    ///@}
 
+    /// Fill: style, colour and 3D mode
+    ///@{
     int GetFillStyle() const { return m_fillStyle; }
     void SetFillStyle(int v) { m_fillStyle = v; }
     const KrColorValue3D& GetFillColor() const { return m_fillColor; }
     void SetFillColor(const KrColorValue3D& v) { m_fillColor = v; }
     KrFill3DMode GetFill3DMode() const { return m_fill3DMode; }
     void SetFill3DMode(const KrFill3DMode& v) { m_fill3DMode = v; }
+    ///@}
 
+    /// Line: style, width and colour
+    ///@{
     int GetLineStyle() const { return m_lineStyle; }
     void SetLineStyle(int v) { m_lineStyle = v; }
     double GetLineWidth() const { return m_lineWidth; }
     void SetLineWidth(double v) { m_lineWidth = v; }
     const KrColorValue3D& GetLineColor3D() const { return m_lineColor; }
     void SetLineColor3D(const KrColorValue3D& v) { m_lineColor = v; }
+    ///@}
 
-    // The style as an element named elementName ("tdx:Style" when empty); every property
-    // is written so that FromXML gives back an equal style
+    /// The style as an element named elementName ("tdx:Style" when empty); every property
+    /// is written so that FromXML gives back an equal style
     BSX::BsxUnicodeString ToXML(int version, const BSX::BsxUnicodeString& elementName = BSX::BsxUnicodeString()) const;
-    // Reads a style element of any name; properties it lacks take their defaults.
-    // False, and the style unchanged, when the text is not a well-formed element.
+    /// Reads a style element of any name; properties it lacks take their defaults.
+    /// False, and the style unchanged, when the text is not a well-formed element.
     bool FromXML(const BSX::BsxUnicodeString& xml, int version);
 
+    /// Property-by-property comparison
+    ///@{
     friend bool operator==(const KrStyle& a, const KrStyle& b);
     friend bool operator!=(const KrStyle& a, const KrStyle& b) { return !(a == b); }
+    ///@}
 
-    // Calls f(elementName, member) for every property, in document order
+    /// Calls f(elementName, member) for every property, in document order
     template <class S, class F>
     static void VisitProperties(S& s, F&& f)
     {
