@@ -6,18 +6,23 @@
 
 namespace KRN {
 
+/// An upright cylinder (or truncated cone) standing on its base centre; lengths in metres
 class KrGeoCylinder : public KrGeometry {
 public:
+    /// A cylinder not made yet (kind 1206)
     KrGeoCylinder();
 
-    // Base centre, bottom radius, top radius, height
+    /// Base centre, bottom radius, top radius, height
     bool Make(const BSX::BsxPoint3D& centre, double bottomRadius, double topRadius, double height);
 
+    /// What Make was given
+    ///@{
     const BSX::BsxPoint3D& GetCentre() const { return m_centre; }
     double GetBottomRadius() const { return m_bottomRadius; }
     double GetTopRadius() const { return m_topRadius; }
     double GetHeight() const { return m_height; }
-    // Whether Make has been called
+    ///@}
+    /// Whether Make has been called
     bool IsMade() const { return m_made; }
 
 private:

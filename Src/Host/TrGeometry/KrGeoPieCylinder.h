@@ -7,14 +7,18 @@
 
 namespace KRN {
 
+/// A slice of an upright elliptic cylinder, as a pie chart is drawn; angles in degrees from east
 class KrGeoPieCylinder : public KrGeometry {
 public:
+    /// A slice not made yet (kind 1211)
     KrGeoPieCylinder();
 
-    // Base centre, radius along x, radius along y, sweep, start angle, end angle, height
+    /// Base centre, radius along x, radius along y, sweep, start angle, end angle, height
     bool Make(const BSX::BsxPoint3D& centre, double radiusX, double radiusY, double sweep, double startAngle,
               double endAngle, double height);
 
+    /// What Make was given
+    ///@{
     const BSX::BsxPoint3D& GetCentre() const { return m_centre; }
     double GetRadiusX() const { return m_radiusX; }
     double GetRadiusY() const { return m_radiusY; }
@@ -22,6 +26,8 @@ public:
     double GetStartAngle() const { return m_startAngle; }
     double GetEndAngle() const { return m_endAngle; }
     double GetHeight() const { return m_height; }
+    ///@}
+    /// Whether Make has been called
     bool IsMade() const { return m_made; }
 
 private:
