@@ -33,7 +33,7 @@ public:
     bool CheckFieldType(int fieldType) override;
     /// The theme with its "tdx:FieldExpression" element, or the empty text
     BSX::BsxUnicodeString ToXML(int version, BSX::BsxUnicodeString path) const override;
-    /// Reads the expressions from a document; false (logged "EGg040") for an empty text or a bad base part
+    /// Reads the expressions from a document; false (logged "EGg040") for an empty text or an unreadable base
     bool FromXML(const BSX::BsxUnicodeString& xml, int version, BSX::BsxUnicodeString path) override;
     /// Appends the query fields of one group: 0 marker, 1 line, 2 fill, anything else model.
     /// Always false; the fields travel through the array.

@@ -54,9 +54,9 @@ public:
 
     /// "ThemeGraph" and the alias suffix, whatever the argument
     BSX::BsxUnicodeString GetFieldName(bool alias) const override;
-    /// The theme's document; empty text (logged "EGg041") when the base part is unusable
+    /// The theme's document; empty text (logged "EGg041") when the base text is unusable
     BSX::BsxUnicodeString ToXML(int version, BSX::BsxUnicodeString path) const override;
-    /// Reads a document into the working chart; false (logged "EGg040") for an empty text or a bad base part
+    /// Reads a document into the working chart; false (logged "EGg040") for an empty text or an unreadable base
     bool FromXML(const BSX::BsxUnicodeString& xml, int version, BSX::BsxUnicodeString path) override;
     /// Aliased query fields (alias true) or "ThemeGraph<suffix>1", ... per update item
     bool GetThemeQueryDef(BSX::BsxArray<BSX::BsxUnicodeString>& fields, bool alias) override;

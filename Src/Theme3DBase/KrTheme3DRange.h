@@ -58,7 +58,7 @@ public:
     bool CheckFieldType(int fieldType) override;
     /// The theme with its expression, method and one record per range, or the empty text
     BSX::BsxUnicodeString ToXML(int version, BSX::BsxUnicodeString path) const override;
-    /// Replaces breaks and items from a document; false for an empty text, a bad base part or another kind
+    /// Replaces breaks and items from a document; false for an empty text, an unreadable base or another kind
     bool FromXML(const BSX::BsxUnicodeString& xml, int version, BSX::BsxUnicodeString path) override;
     /// Number of breaks
     virtual int GetValueCount() const;

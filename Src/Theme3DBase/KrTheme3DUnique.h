@@ -43,7 +43,7 @@ public:
     bool CheckFieldType(int fieldType) override;
     /// The theme's document, or the empty text for an unsupported version
     BSX::BsxUnicodeString ToXML(int version, BSX::BsxUnicodeString path) const override;
-    /// Replaces the entries from a document; false for an empty text, a bad base part or another kind
+    /// Replaces the entries from a document; false for an empty text, an unreadable base or another kind
     bool FromXML(const BSX::BsxUnicodeString& xml, int version, BSX::BsxUnicodeString path) override;
     /// Record sets are not classified by this theme: always false
     virtual bool FindStyle(KrRecordset* records, KrStyle& style) const;

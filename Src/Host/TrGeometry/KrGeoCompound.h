@@ -11,9 +11,9 @@ class KrGeoCompound : public KrGeometry {
 public:
     /// An empty compound (kind 1000)
     KrGeoCompound();
-    /// Deletes the parts it owns
+    /// Deletes the pieces it owns
     ~KrGeoCompound() override;
-    /// Parts are owned, so a compound is not copied
+    /// It owns its pieces, so a compound is not copied
     ///@{
     KrGeoCompound(const KrGeoCompound&) = delete;
     KrGeoCompound& operator=(const KrGeoCompound&) = delete;
@@ -21,7 +21,7 @@ public:
 
     /// Appends a part; with owned true the compound deletes it with itself. Null is ignored.
     void AddCompound(KrGeometry* part, bool owned);
-    /// Number of parts
+    /// Number of pieces
     int GetCount() const { return static_cast<int>(m_parts.size()); }
     /// The part at index, null outside [0, GetCount())
     KrGeometry* GetAt(int index) const;
