@@ -1,8 +1,9 @@
-// The plug-in's one plain export, and what loading the library does.
+// The plug-in's plain exports, and what loading the library does.
 #include <csignal>
 
 #include "KrLogFile.h"
 #include "KrTheme3DBaseFactory.h"
+#include "Theme3DBaseVersion.h"
 
 namespace {
 
@@ -32,4 +33,10 @@ const InstallLogDump installLogDump;
 extern "C" TR_THEME3D_API KRN::KrTheme3DFactory* CreateTheme3DFactory()
 {
     return new KRN::KrTheme3DBaseFactory();
+}
+
+// The version the build configured, so a host can tell which file it loaded
+extern "C" TR_THEME3D_API const char* TrTheme3DBaseVersion()
+{
+    return TR_THEME3D_VERSION;
 }

@@ -80,6 +80,13 @@ TEST_F(PluginTest, LoadingInstallsOnlyTheLogDumpOnTheFatalSignals)
     EXPECT_EQ(other.sa_handler, SIG_DFL);
 }
 
+TEST_F(PluginTest, ExportsTheProjectVersionUnderItsPlainName)
+{
+    auto version = reinterpret_cast<const char* (*)()>(dlsym(handle, "TrTheme3DBaseVersion"));
+    ASSERT_NE(version, nullptr) << dlerror();
+    EXPECT_STREQ(version(), T3D_PROJECT_VERSION);
+}
+
 TEST_F(PluginTest, FactoryNamesItselfAndReportsFiveKinds)
 {
     std::unique_ptr<KrTheme3DFactory> factory(create());

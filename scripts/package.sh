@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Builds the Debian package (Release build, API reference included) into build/package/deb/
+# and checks it with lintian; lintian's errors fail the script, its other findings are printed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/deps.sh
+cmake --preset package >/dev/null
+cmake --build --preset package
+rm -f build/package/deb/*.deb
+cpack --preset package
+deb=$(ls build/package/deb/*.deb)
+dpkg-deb --info "$deb" | sed -n '/Package:/,$p'
+echo "== lintian $deb"
+lintian --fail-on error --info "$deb"
+echo "Install it with: apt-get install ./$deb"
