@@ -9,6 +9,12 @@ for preset in default asan; do
   cmake --build --preset "$preset"
   echo "== $preset tests"
   ctest --preset "$preset"
+  if [ "$preset" = default ]; then
+    echo "== installed package: example host and the guide's examples built against it"
+    bash scripts/install-check.sh build/default
+    echo "== API reference (any Doxygen warning fails)"
+    bash scripts/docs.sh
+  fi
 done
 echo "== fuzz targets, a few seconds each"
 bash scripts/fuzz.sh 5
