@@ -28,7 +28,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/trtheme3dbase.pc DESTINATION ${CMAKE_I
 
 # The guide and its examples travel with the package; Debian wants its changelog compressed
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/ DESTINATION ${T3D_INSTALL_DOCDIR}
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp" PATTERN "*.h" PATTERN "CMakeLists.txt")
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/package/copyright DESTINATION ${T3D_INSTALL_DOCDIR})
 find_program(T3D_GZIP gzip)
 if(T3D_GZIP)

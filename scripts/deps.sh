@@ -3,8 +3,8 @@
 set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-dev libgmock-dev
           libbenchmark-dev libgdal-dev clang libclang-rt-14-dev gcovr valgrind)
-# Packaging and the API reference: dpkg-shlibdeps, lintian, Doxygen
-packages+=(dpkg-dev file lintian doxygen)
+# The Debian package (dpkg-shlibdeps, file) and the API reference (Doxygen)
+packages+=(dpkg-dev file doxygen)
 # The demo host repairs polygons with GEOS and triangulates them with CGAL (header-only; its
 # triangulation package is GPL-3.0-or-later, used by the demo host only, never by the module);
 # its tests read JSON and run the glTF validator on node
