@@ -18,6 +18,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/TrTheme3DBaseConfig.cmake
 
 # pkg-config finds the prefix from where the file lies, so an installed tree can be moved
 file(RELATIVE_PATH T3D_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" T3D_PC_TO_PREFIX "${T3D_PC_TO_PREFIX}")
 set(T3D_PC_CFLAGS "-I\${includedir}")
 foreach(lib TrBase TrToolkit TrStream TrGeometry TrScene)
   string(APPEND T3D_PC_CFLAGS " -I\${includedir}/Host/${lib}")
@@ -26,20 +27,23 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/package/trtheme3dbase.pc.in
   ${CMAKE_CURRENT_BINARY_DIR}/trtheme3dbase.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/trtheme3dbase.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The guide and its examples travel with the package; Debian wants its changelog compressed
+# The guide and its examples travel with the package; Debian wants the changelog of a native
+# package compressed under this name, and lintian reads the package's overrides from share/
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/ DESTINATION ${T3D_INSTALL_DOCDIR}
   FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp" PATTERN "*.h" PATTERN "CMakeLists.txt")
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/package/copyright DESTINATION ${T3D_INSTALL_DOCDIR})
 find_program(T3D_GZIP gzip)
 if(T3D_GZIP)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/package/changelog.in ${CMAKE_CURRENT_BINARY_DIR}/changelog @ONLY)
-  set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian.gz)
+  set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz)
   add_custom_command(OUTPUT ${changelog}
     COMMAND ${T3D_GZIP} -9nc ${CMAKE_CURRENT_BINARY_DIR}/changelog > ${changelog}
     DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/changelog)
   add_custom_target(t3d_changelog ALL DEPENDS ${changelog})
   install(FILES ${changelog} DESTINATION ${T3D_INSTALL_DOCDIR})
 endif()
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/package/lintian-overrides
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides RENAME trtheme3dbase)
 
 # API reference: Doxygen over the public headers, every warning an error
 option(T3D_DOCS "Build the API reference with Doxygen (installed with the package)" OFF)
@@ -78,5 +82,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# The loader cache is refreshed by the ldconfig trigger; the scripts only stop CPack from
+# writing its own that call ldconfig directly
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/package/triggers
+  ${CMAKE_CURRENT_LIST_DIR}/package/postinst ${CMAKE_CURRENT_LIST_DIR}/package/postrm)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -18,8 +18,9 @@ int main()
     const BsxArray<double> breaks = KrTheme3DRange::QuantileBreaks(values, 4);
     if (!theme->MakeDefault(Class3DQuantile, 4, values, breaks, 0.0)) return 1;
 
-    for (int i = 0; i < theme->GetCount(); ++i)
-        std::printf("range %d starts at %g\n", i, theme->GetValueAt(i));
+    // n breaks cut the values into n + 1 ranges, each with its own item
+    for (int i = 0; i < theme->GetValueCount(); ++i)
+        std::printf("break %d at %g\n", i, theme->GetValueAt(i));
     const KrStyle* low = theme->FindStyle(2.0);
     const KrStyle* high = theme->FindStyle(30.0);
     std::printf("2 and 30 fall in %s ranges\n", low && high && low != high ? "different" : "the same");
