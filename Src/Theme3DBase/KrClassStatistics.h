@@ -11,31 +11,40 @@
 
 namespace KRN {
 
+/// Exact running statistics of a numeric field, mergeable across pieces of the data
 class TR_THEME3D_API KrClassStatistics {
 public:
-    // One value; NaN and infinities are counted as no data
+    /// One value; NaN and infinities are counted as no data
     void Add(double value);
-    // Values the host reports as NULL
+    /// Values the host reports as NULL
     void AddNoData(std::int64_t count = 1);
-    // Folds another accumulator in (pairwise update of mean and squared deviations)
+    /// Folds another accumulator in (pairwise update of mean and squared deviations)
     void Merge(const KrClassStatistics& other);
 
-    // Number of finite values, and of the values left out as no data
+    /// Number of finite values, and of the values left out as no data
+    ///@{
     std::int64_t GetCount() const { return m_count; }
     std::int64_t GetNoDataCount() const { return m_noData; }
-    // Minimum, maximum and mean of the finite values; NaN when there are none
+    ///@}
+    /// Minimum, maximum and mean of the finite values; NaN when there are none
+    ///@{
     double GetMin() const;
     double GetMax() const;
     double GetMean() const;
-    // Sum of squared deviations from the mean, and the population variance (divisor count)
+    ///@}
+    /// Sum of squared deviations from the mean, the population variance (divisor count) and its root
+    ///@{
     double GetSquaredDeviations() const { return m_squares; }
     double GetVariance() const;
     double GetStdev() const;
+    ///@}
 
-    // Byte string of the accumulator (little-endian, versioned) and back; FromBytes answers
-    // false and leaves the accumulator unchanged for a string it did not write
+    /// Byte string of the accumulator (little-endian, versioned) and back; FromBytes answers
+    /// false and leaves the accumulator unchanged for a string it did not write
+    ///@{
     std::string ToBytes() const;
     bool FromBytes(const std::string& bytes);
+    ///@}
 
 private:
     void KeepMeanInRange();
