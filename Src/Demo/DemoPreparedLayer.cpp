@@ -90,13 +90,13 @@ void Densify(const std::vector<double>& xy, double offset, Ring& out)
     for (size_t i = 0; i < n; ++i) {
         const BSX::BsxPoint3D p(xy[2 * i] + offset, xy[2 * i + 1], 0.0);
         if (i > 0) {
-            const BSX::BsxPoint3D& a = out.back();
+            // A copy: the pieces below grow the ring and may move its storage
+            const BSX::BsxPoint3D a = out.back();
             const double len = std::hypot(p.x - a.x, p.y - a.y);
             const int pieces = static_cast<int>(std::min(10000.0, std::ceil(len / DemoPreparedLayer::kMaxEdgeDegrees)));
-            const BSX::BsxPoint3D from = a;
             for (int s = 1; s < pieces; ++s) {
                 const double t = static_cast<double>(s) / pieces;
-                out.push_back(BSX::BsxPoint3D(from.x + (p.x - from.x) * t, from.y + (p.y - from.y) * t, 0.0));
+                out.push_back(BSX::BsxPoint3D(a.x + (p.x - a.x) * t, a.y + (p.y - a.y) * t, 0.0));
             }
             if (p.x == a.x && p.y == a.y) continue;
         }
