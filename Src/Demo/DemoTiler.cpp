@@ -786,7 +786,10 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
     themes.BeginObject().Key("name").String(name).Key("kind").String(DemoThemeBuilder::KindName(master->GetType()));
     themes.Key("tileset").String(name + "/tileset.json").Key("xml").String(name + "/theme.xml");
     themes.Key("heightScale").Number(run.heightScale).Key("tiles").Integer(static_cast<long long>(tree.GetNodes().size()));
-    themes.Key("depth").Integer(tree.GetDepth()).EndObject();
+    themes.Key("depth").Integer(tree.GetDepth());
+    const std::array<double, 4> extent = tree.GetExtent();
+    themes.Key("extent").BeginObject().Key("west").Number(extent[0]).Key("south").Number(extent[1]);
+    themes.Key("east").Number(extent[2]).Key("north").Number(extent[3]).EndObject().EndObject();
     return 0;
 }
 

@@ -1,0 +1,75 @@
+// The tiled output in the viewer, in headless Chromium: the tileset that scene.json names loads
+// without a console error or a foreign request, and from a camera over the layer, with the
+// refinement threshold lowered step by step to zero, every tile content the document names is
+// requested and loaded and none fails.
+// usage: node TilesetLoadTest.mjs TILED_OUTPUT_DIR [SCREENSHOT.png]
+import assert from 'node:assert/strict';
+import { readFileSync, writeFileSync } from 'node:fs';
+import path from 'node:path';
+import { openViewer } from '../../Viewer/browser.mjs';
+
+const dataDir = path.resolve(process.argv[2] || 't3d-demo-out');
+const scene = JSON.parse(readFileSync(path.join(dataDir, 'scene.json'), 'utf8'));
+const theme = scene.themes.find((t) => t.tileset);
+assert.ok(theme, 'scene.json names a tileset');
+const doc = JSON.parse(readFileSync(path.join(dataDir, theme.tileset), 'utf8'));
+const named = [];
+(function walk(tile) {
+  if (tile.content) named.push(tile.content.uri);
+  for (const c of tile.contents || []) named.push(c.uri);
+  for (const child of tile.children || []) walk(child);
+}(doc.root));
+
+const started = Date.now();
+const viewer = await openViewer({ dataDir });
+const { page } = viewer;
+try {
+  assert.deepEqual(viewer.consoleErrors, [], 'console errors');
+  assert.deepEqual(viewer.foreignRequests, [], 'requests that left 127.0.0.1');
+  const result = await page.evaluate(async (name, extent) => {
+    const { Cesium, t3d } = window;
+    const { scene: globe, camera } = t3d.viewer;
+    const tileset = t3d.layers.find((l) => l.theme.name === name).primitive;
+    const loaded = new Set();
+    const failed = [];
+    const uri = (url) => decodeURIComponent(new URL(url, window.location.href).pathname).replace(/^.*?(tiles\/)/, '$1');
+    tileset.tileLoad.addEventListener((tile) => {
+      const inner = tile.content.innerContents || [tile.content];
+      for (const c of inner) loaded.add(uri(c.url));
+    });
+    tileset.tileFailed.addEventListener((e) => failed.push(`${e.url}: ${e.message}`));
+    const settled = () => new Promise((resolve) => {
+      let quiet = 0;
+      const remove = globe.postRender.addEventListener(() => {
+        quiet = tileset.tilesLoaded ? quiet + 1 : 0;
+        if (quiet >= 3) {
+          remove();
+          resolve();
+        } else {
+          globe.requestRender();
+        }
+      });
+      globe.requestRender();
+    });
+    // Straight over the layer, close enough that it fills the view
+    camera.setView({ destination: Cesium.Rectangle.fromDegrees(extent.west, extent.south, extent.east, extent.north) });
+    // Errors halve from level to level: steps finer than that leave every level the finest drawn
+    // at some step, so that each tile is asked for
+    for (let sse = 256; sse >= 1; sse /= 1.4) {
+      tileset.maximumScreenSpaceError = sse;
+      await settled();
+    }
+    tileset.maximumScreenSpaceError = 0;
+    await settled();
+    return { loaded: [...loaded], failed, selected: tileset.statistics.selected };
+  }, theme.name, theme.extent);
+  if (process.argv[3]) writeFileSync(process.argv[3], await page.screenshot());
+  console.log(`${result.loaded.length} of ${named.length} tile contents loaded, ${result.failed.length} failed, ` +
+              `${result.selected} drawn at the finest level`);
+  assert.deepEqual(result.failed, [], 'tiles that failed to load');
+  assert.deepEqual(named.filter((u) => !result.loaded.includes(u)), [], 'tiles never requested');
+  assert.ok(result.selected > 0, 'tiles drawn');
+  console.log(`passed in ${((Date.now() - started) / 1000).toFixed(1)} s`);
+} finally {
+  await viewer.close();
+}
