@@ -33,10 +33,17 @@ try {
     const loaded = new Set();
     const failed = [];
     const uri = (url) => decodeURIComponent(new URL(url, window.location.href).pathname).replace(/^.*?(tiles\/)/, '$1');
-    tileset.tileLoad.addEventListener((tile) => {
+    const take = (tile) => {
       const inner = tile.content.innerContents || [tile.content];
       for (const c of inner) loaded.add(uri(c.url));
-    });
+    };
+    // Tiles the viewer's first view loaded count as well as those loaded from here on
+    const present = (tile) => {
+      if (tile.contentReady) take(tile);
+      tile.children.forEach(present);
+    };
+    present(tileset.root);
+    tileset.tileLoad.addEventListener(take);
     tileset.tileFailed.addEventListener((e) => failed.push(`${e.url}: ${e.message}`));
     const settled = () => new Promise((resolve) => {
       let quiet = 0;
