@@ -210,6 +210,25 @@ bool PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& d
 
 DemoFieldKind DemoLayerReader::KindOfField(OGRFieldType type) { return KindOf(type); }
 
+void DemoLayerReader::MakeWgs84Transforms(OGRLayerH layer, OGRCoordinateTransformationH* toWgs84,
+                                          OGRCoordinateTransformationH* fromWgs84)
+{
+    *toWgs84 = nullptr;
+    if (fromWgs84) *fromWgs84 = nullptr;
+    OGRSpatialReferenceH srcSrs = OGR_L_GetSpatialRef(layer);
+    OGRSpatialReferenceH wgs84 = OSRNewSpatialReference(nullptr);
+    OSRSetWellKnownGeogCS(wgs84, "WGS84");
+    OSRSetAxisMappingStrategy(wgs84, OAMS_TRADITIONAL_GIS_ORDER);
+    if (srcSrs && !OSRIsSame(srcSrs, wgs84)) {
+        OGRSpatialReferenceH clone = OSRClone(srcSrs);
+        OSRSetAxisMappingStrategy(clone, OAMS_TRADITIONAL_GIS_ORDER);
+        *toWgs84 = OCTNewCoordinateTransformation(clone, wgs84);
+        if (fromWgs84) *fromWgs84 = OCTNewCoordinateTransformation(wgs84, clone);
+        OSRDestroySpatialReference(clone);
+    }
+    OSRDestroySpatialReference(wgs84);
+}
+
 void DemoLayerReader::ReadRecord(OGRFeatureH of, const std::vector<DemoField>& fields,
                                  const std::vector<BSX::BsxUnicodeString>& names,
                                  OGRCoordinateTransformationH toWgs84, DemoFeature& df)
@@ -243,16 +262,7 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
 
     // Everything is drawn on the WGS84 globe: reproject when the layer says where it is
     OGRCoordinateTransformationH toWgs84 = nullptr;
-    OGRSpatialReferenceH srcSrs = OGR_L_GetSpatialRef(src);
-    OGRSpatialReferenceH wgs84 = OSRNewSpatialReference(nullptr);
-    OSRSetWellKnownGeogCS(wgs84, "WGS84");
-    OSRSetAxisMappingStrategy(wgs84, OAMS_TRADITIONAL_GIS_ORDER);
-    if (srcSrs && !OSRIsSame(srcSrs, wgs84)) {
-        OGRSpatialReferenceH clone = OSRClone(srcSrs);
-        OSRSetAxisMappingStrategy(clone, OAMS_TRADITIONAL_GIS_ORDER);
-        toWgs84 = OCTNewCoordinateTransformation(clone, wgs84);
-        OSRDestroySpatialReference(clone);
-    }
+    MakeWgs84Transforms(src, &toWgs84, nullptr);
 
     layer.name = OGR_L_GetName(src);
     layer.fields.clear();
@@ -273,7 +283,6 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
     auto fail = [&](const std::string& message) {
         error = message;
         if (toWgs84) OCTDestroyCoordinateTransformation(toWgs84);
-        OSRDestroySpatialReference(wgs84);
         GDALClose(ds);
         return false;
     };
@@ -349,7 +358,6 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
                     " has a geometry that can be drawn");
     }
     if (toWgs84) OCTDestroyCoordinateTransformation(toWgs84);
-    OSRDestroySpatialReference(wgs84);
     GDALClose(ds);
     layer.UpdateBounds();
     return true;

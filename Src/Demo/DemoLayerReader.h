@@ -21,6 +21,11 @@ class DemoLayerReader {
 public:
     // The demo's kind of an OGR field type
     static DemoFieldKind KindOfField(OGRFieldType type);
+    // The transformations from the layer's coordinate system to WGS84 (longitude first) and
+    // back; both stay null when the layer names none or already is WGS84. fromWgs84 may be null
+    // when only the forward direction is wanted. The caller destroys what it gets.
+    static void MakeWgs84Transforms(OGRLayerH layer, OGRCoordinateTransformationH* toWgs84,
+                                    OGRCoordinateTransformationH* fromWgs84);
     // One OGR record as the demo holds it: the attributes of the given fields (names are the
     // fields' names as host strings), the geometry in WGS84 (transformed when toWgs84 is set),
     // its host code and its anchor

@@ -53,18 +53,7 @@ bool DemoLayerStream::Open(const std::string& path, const std::string& layerName
     m_impl->layer = src;
 
     // Everything is drawn on the WGS84 globe: reproject when the layer says where it is
-    OGRSpatialReferenceH srcSrs = OGR_L_GetSpatialRef(src);
-    OGRSpatialReferenceH wgs84 = OSRNewSpatialReference(nullptr);
-    OSRSetWellKnownGeogCS(wgs84, "WGS84");
-    OSRSetAxisMappingStrategy(wgs84, OAMS_TRADITIONAL_GIS_ORDER);
-    if (srcSrs && !OSRIsSame(srcSrs, wgs84)) {
-        OGRSpatialReferenceH clone = OSRClone(srcSrs);
-        OSRSetAxisMappingStrategy(clone, OAMS_TRADITIONAL_GIS_ORDER);
-        m_impl->toWgs84 = OCTNewCoordinateTransformation(clone, wgs84);
-        m_impl->fromWgs84 = OCTNewCoordinateTransformation(wgs84, clone);
-        OSRDestroySpatialReference(clone);
-    }
-    OSRDestroySpatialReference(wgs84);
+    DemoLayerReader::MakeWgs84Transforms(src, &m_impl->toWgs84, &m_impl->fromWgs84);
 
     m_name = OGR_L_GetName(src);
     m_fields.clear();

@@ -92,4 +92,24 @@ bool DemoOutputSet::Commit(std::string& error)
     return true;
 }
 
+bool MakeDirectory(const std::string& dir, std::string& error)
+{
+    std::string partial;
+    for (size_t i = 0; i <= dir.size(); ++i) {
+        if (i == dir.size() || (dir[i] == '/' && i > 0)) {
+            partial = dir.substr(0, i);
+            if (mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
+                error = "cannot create the folder '" + partial + "': " + std::strerror(errno);
+                return false;
+            }
+        }
+    }
+    struct stat st {};
+    if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        error = "'" + dir + "' is not a folder";
+        return false;
+    }
+    return true;
+}
+
 } // namespace KRN

@@ -54,4 +54,8 @@ private:
     size_t m_committed = 0;
 };
 
+// Creates a folder and its missing parents; false with the system's reason, or when the path
+// names something that is not a folder
+bool MakeDirectory(const std::string& dir, std::string& error);
+
 } // namespace KRN

@@ -21,6 +21,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerStream.h"
+#include "DemoOutput.h"
 #include "DemoProgress.h"
 #include "DemoPreparedLayer.h"
 #include "DemoScene.h"
@@ -173,24 +174,6 @@ void Simplify(GEOSContextHandle_t h, DemoFeature& f, double tolerance)
         if (s) GEOSGeom_destroy_r(h, s);
         GEOSGeom_destroy_r(h, g);
     }
-}
-
-bool MakeFolder(const std::string& dir, std::string& error)
-{
-    for (size_t i = 1; i <= dir.size(); ++i) {
-        if (i < dir.size() && dir[i] != '/') continue;
-        const std::string partial = dir.substr(0, i);
-        if (mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) {
-            error = "cannot create the folder '" + partial + "'";
-            return false;
-        }
-    }
-    struct stat st {};
-    if (stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        error = "'" + dir + "' is not a folder";
-        return false;
-    }
-    return true;
 }
 
 // Removes what a run of the tiler leaves in a tiles folder: tiles, label lists, and the hidden
@@ -746,7 +729,7 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
     const std::string tilesDir = dir + "/tiles";
     const std::string tilesetPath = dir + "/tileset.json";
     // An earlier tileset goes first, so that no document ever names tiles this run replaces
-    if ((std::remove(tilesetPath.c_str()) != 0 && errno != ENOENT) || !MakeFolder(tilesDir, error)) {
+    if ((std::remove(tilesetPath.c_str()) != 0 && errno != ENOENT) || !MakeDirectory(tilesDir, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.empty() ? ("cannot replace '" + tilesetPath + "'").c_str() : error.c_str());
         return 3;
     }
@@ -828,7 +811,7 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
                 " themes\n",
                 sampleLayer.name.c_str(), static_cast<unsigned long long>(scan.features),
                 static_cast<unsigned long long>(scan.unanchored), scanMs, sampleLayer.features.size());
-    if (!MakeFolder(options.outDir, error)) {
+    if (!MakeDirectory(options.outDir, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 3;
     }
