@@ -133,4 +133,17 @@ bool DemoLayerStream::Next(DemoFeature& df, long long& fid)
     return true;
 }
 
+bool DemoLayerStream::Fetch(long long fid, DemoFeature& df)
+{
+    if (!m_impl->layer) return false;
+    CPLPushErrorHandler(CPLQuietErrorHandler);
+    OGRFeatureH of = OGR_L_GetFeature(m_impl->layer, static_cast<GIntBig>(fid));
+    CPLPopErrorHandler();
+    if (!of) return false;
+    df = DemoFeature();
+    DemoLayerReader::ReadRecord(of, m_fields, m_impl->wideNames, m_impl->toWgs84, df);
+    OGR_F_Destroy(of);
+    return true;
+}
+
 } // namespace KRN

@@ -39,6 +39,9 @@ public:
     // The next feature (geometry in WGS84 degrees, anchor, attributes); false at the end.
     // fid is the source's identifier of the feature.
     bool Next(DemoFeature& feature, long long& fid);
+    // The feature of that identifier, read as Next reads it; false when the source has none.
+    // Reading restarts afterwards.
+    bool Fetch(long long fid, DemoFeature& feature);
 
 private:
     struct Impl;

@@ -15,8 +15,6 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include <geos_c.h>
-
 #include "DemoDrawer.h"
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
@@ -26,6 +24,7 @@
 #include "DemoPreparedLayer.h"
 #include "DemoScene.h"
 #include "DemoThemeBuilder.h"
+#include "DemoTileDrawer.h"
 #include "DemoTileTree.h"
 #include "DemoTileset.h"
 #include "KrClassStatistics.h"
@@ -37,17 +36,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kMetresPerDegree = 111320.0;
-// A coarser tile is shown until its detail would stand out: until a tile's side spans about
-// 32 times the screen-space error that the viewer tolerates
-constexpr double kErrorPerSide = 1.0 / 32.0;
-// Geometry of coarser tiles is simplified to a 512th of the tile's side
-constexpr double kSimplifyPerSide = 1.0 / 512.0;
-// A content is closed once its vertices would take about this much (a vertex is 28 bytes)
-constexpr size_t kMaxContentBytes = 16u << 20;
-constexpr size_t kVertexBytes = 28;
-// Room around a tile's rectangle when asking the source for its features, in degrees
-constexpr double kQueryMargin = 1e-9;
 // Identifiers per span of the scan: the unit that threads take in turn
 constexpr long long kScanSpan = 1 << 16;
 
@@ -86,96 +74,6 @@ std::uint64_t Mix(std::uint64_t v)
     return v ^ (v >> 31);
 }
 
-// Extent of a feature's geometry on the ground, in metres (its bounding box diagonal)
-double FeatureSize(const DemoFeature& f)
-{
-    double w = 180.0, s = 90.0, e = -180.0, n = -90.0;
-    for (const DemoPart& part : f.parts) {
-        for (const auto& ring : part.rings) {
-            for (const auto& p : ring) w = std::min(w, p.x), e = std::max(e, p.x), s = std::min(s, p.y), n = std::max(n, p.y);
-        }
-    }
-    if (w > e) return 0.0;
-    const double dx = (e - w) * kMetresPerDegree * std::cos((s + n) * 0.5 * 3.14159265358979323846 / 180.0);
-    return std::hypot(dx, (n - s) * kMetresPerDegree);
-}
-
-double SideMetres(const std::array<double, 4>& r)
-{
-    const double mid = (r[1] + r[3]) * 0.5 * 3.14159265358979323846 / 180.0;
-    return std::max((r[2] - r[0]) * kMetresPerDegree * std::cos(mid), (r[3] - r[1]) * kMetresPerDegree);
-}
-
-struct GeosHandle {
-    GEOSContextHandle_t h = GEOS_init_r();
-    GeosHandle()
-    {
-        GEOSContext_setErrorMessageHandler_r(h, [](const char*, void*) {}, nullptr);
-        GEOSContext_setNoticeMessageHandler_r(h, [](const char*, void*) {}, nullptr);
-    }
-    ~GeosHandle() { GEOS_finish_r(h); }
-};
-
-GEOSGeometry* Ring(GEOSContextHandle_t h, const std::vector<BSX::BsxPoint3D>& ring, bool closed)
-{
-    std::vector<BSX::BsxPoint3D> pts(ring);
-    if (closed && pts.size() >= 2 && (pts.front().x != pts.back().x || pts.front().y != pts.back().y))
-        pts.push_back(pts.front());
-    if (pts.size() < (closed ? 4u : 2u)) return nullptr;
-    GEOSCoordSequence* seq = GEOSCoordSeq_create_r(h, static_cast<unsigned>(pts.size()), 3);
-    if (!seq) return nullptr;
-    for (size_t i = 0; i < pts.size(); ++i) GEOSCoordSeq_setXYZ_r(h, seq, static_cast<unsigned>(i), pts[i].x, pts[i].y, pts[i].z);
-    return closed ? GEOSGeom_createLinearRing_r(h, seq) : GEOSGeom_createLineString_r(h, seq);
-}
-
-std::vector<BSX::BsxPoint3D> Points(GEOSContextHandle_t h, const GEOSGeometry* g)
-{
-    std::vector<BSX::BsxPoint3D> pts;
-    const GEOSCoordSequence* seq = g ? GEOSGeom_getCoordSeq_r(h, g) : nullptr;
-    unsigned n = 0;
-    if (!seq || !GEOSCoordSeq_getSize_r(h, seq, &n)) return pts;
-    for (unsigned i = 0; i < n; ++i) {
-        double x = 0, y = 0, z = 0;
-        GEOSCoordSeq_getXYZ_r(h, seq, i, &x, &y, &z);
-        pts.emplace_back(x, y, std::isfinite(z) ? z : 0.0);
-    }
-    return pts;
-}
-
-// Simplifies the lines and polygons of a feature with GEOS, keeping each polygon's rings free
-// of crossings; a part that the simplification would break keeps its full geometry
-void Simplify(GEOSContextHandle_t h, DemoFeature& f, double tolerance)
-{
-    const int kind = f.geometryType % 100;
-    if (kind != KrGeometry::GEO_REGION && kind != KrGeometry::GEO_LINE) return;
-    for (DemoPart& part : f.parts) {
-        if (part.rings.empty()) continue;
-        GEOSGeometry* g = nullptr;
-        if (kind == KrGeometry::GEO_LINE) {
-            g = Ring(h, part.rings.front(), false);
-        } else if (GEOSGeometry* shell = Ring(h, part.rings.front(), true)) {
-            std::vector<GEOSGeometry*> holes;
-            for (size_t r = 1; r < part.rings.size(); ++r) {
-                if (GEOSGeometry* hole = Ring(h, part.rings[r], true)) holes.push_back(hole);
-            }
-            g = GEOSGeom_createPolygon_r(h, shell, holes.data(), static_cast<unsigned>(holes.size()));
-        }
-        if (!g) continue;
-        GEOSGeometry* s = GEOSTopologyPreserveSimplify_r(h, g, tolerance);
-        if (s && kind == KrGeometry::GEO_LINE && GEOSGeomTypeId_r(h, s) == GEOS_LINESTRING) {
-            std::vector<BSX::BsxPoint3D> pts = Points(h, s);
-            if (pts.size() >= 2) part.rings.front() = std::move(pts);
-        } else if (s && GEOSGeomTypeId_r(h, s) == GEOS_POLYGON && !GEOSisEmpty_r(h, s)) {
-            std::vector<std::vector<BSX::BsxPoint3D>> rings;
-            rings.push_back(Points(h, GEOSGetExteriorRing_r(h, s)));
-            for (int r = 0; r < GEOSGetNumInteriorRings_r(h, s); ++r) rings.push_back(Points(h, GEOSGetInteriorRingN_r(h, s, r)));
-            if (rings.front().size() >= 4) part.rings = std::move(rings);
-        }
-        if (s) GEOSGeom_destroy_r(h, s);
-        GEOSGeom_destroy_r(h, g);
-    }
-}
-
 // Removes what a run of the tiler leaves in a tiles folder: tiles, label lists, and the hidden
 // temporary files of a run that was killed
 void RemoveTiles(const std::string& dir)
@@ -195,15 +93,8 @@ void RemoveTiles(const std::string& dir)
     for (const std::string& name : doomed) std::remove((dir + "/" + name).c_str());
 }
 
-// A feature on its way through the tree: its geometry, its size and its identifier
-struct Candidate {
-    long long fid = 0;
-    double size = 0.0;
-    DemoFeature feature;
-};
-
-// Larger features first, then by identifier, so the choice never depends on reading order
-bool Prominent(const Candidate& a, const Candidate& b) { return a.size != b.size ? a.size > b.size : a.fid < b.fid; }
+// A feature on its way through the scan's sample
+using Candidate = DemoTileCandidate;
 
 // What the scan learns about the whole layer
 struct Scan {
@@ -382,19 +273,9 @@ bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& s
 // One node's state while the tree is drawn
 struct NodeState {
     DemoTileRecord record;
-    // Features handed up by finished children, and the size of the largest one left out below
-    std::vector<Candidate> promoted;
-    double dropped = 0.0;
+    // What finished children gave it
+    DemoNodeInput input;
     size_t childrenLeft = 0;
-};
-
-struct Worker {
-    std::unique_ptr<KrTheme3D> theme;
-    std::unique_ptr<DemoDrawer> drawer;
-    DemoLayerStream stream;
-    // Each worker repairs and triangulates its own features with its own GEOS context
-    DemoPreparedLayer prepared;
-    DemoMesh mesh;
 };
 
 class TreeRun {
@@ -408,8 +289,10 @@ public:
         m_leaves = tree.GetLeaves();
     }
 
-    // Draws every node with the workers' themes; false with a message on failure or interrupt
-    bool Draw(std::vector<Worker>& workers, std::string& error);
+    // Settings of a drawer of this run (one per thread)
+    DemoTileSettings Settings();
+    // Draws every node with the threads' drawers; false with a message on failure or interrupt
+    bool Draw(std::vector<std::unique_ptr<DemoTileDrawer>>& drawers, std::string& error);
     // Records parallel to the tree's nodes (complete after a successful Draw)
     std::vector<DemoTileRecord> Records() const
     {
@@ -422,10 +305,8 @@ public:
     double FirstTileMs() const { return m_firstTileMs; }
 
 private:
-    void Loop(Worker& worker);
-    bool DrawNode(Worker& worker, int index, std::string& error);
-    bool WriteContent(Worker& worker, const DemoTileNode& node, std::vector<Candidate*>& batch, NodeState& state,
-                      std::string& error);
+    void Loop(DemoTileDrawer& drawer);
+    bool DrawNode(DemoTileDrawer& drawer, int index, std::string& error);
     void Fail(const std::string& message);
 
     const DemoOptions& m_options;
@@ -459,7 +340,24 @@ void TreeRun::Fail(const std::string& message)
     m_changed.notify_all();
 }
 
-void TreeRun::Loop(Worker& worker)
+DemoTileSettings TreeRun::Settings()
+{
+    DemoTileSettings settings;
+    settings.dir = m_dir;
+    settings.capacity = m_capacity;
+    settings.heightScale = m_run.heightScale;
+    settings.labels = m_labels;
+    settings.written = [this](const std::string& path, std::uint64_t bytes) {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_written.push_back(path);
+        m_bytes += bytes;
+        if (m_firstTileMs < 0) m_firstTileMs = std::chrono::duration<double, std::milli>(Clock::now() - m_started).count();
+    };
+    settings.stop = [] { return g_signal.load() != 0; };
+    return settings;
+}
+
+void TreeRun::Loop(DemoTileDrawer& drawer)
 {
     for (;;) {
         int index = -1;
@@ -479,18 +377,18 @@ void TreeRun::Loop(Worker& worker)
             }
         }
         std::string error;
-        if (!DrawNode(worker, index, error)) {
+        if (!DrawNode(drawer, index, error)) {
             Fail(error);
             return;
         }
     }
 }
 
-bool TreeRun::Draw(std::vector<Worker>& workers, std::string& error)
+bool TreeRun::Draw(std::vector<std::unique_ptr<DemoTileDrawer>>& drawers, std::string& error)
 {
     if (m_nodes.empty()) return true;
     std::vector<std::thread> pool;
-    for (Worker& w : workers) pool.emplace_back([this, &w] { Loop(w); });
+    for (auto& d : drawers) pool.emplace_back([this, &d] { Loop(*d); });
     {
         DemoProgress progress(m_run.name.empty() ? "tiles" : m_run.name, static_cast<size_t>(m_tree.GetTotal()),
                               m_options.progress);
@@ -512,180 +410,22 @@ bool TreeRun::Draw(std::vector<Worker>& workers, std::string& error)
     return !m_failed;
 }
 
-bool TreeRun::WriteContent(Worker& worker, const DemoTileNode& node, std::vector<Candidate*>& batch, NodeState& state,
-                           std::string& error)
-{
-    std::sort(batch.begin(), batch.end(), [](const Candidate* a, const Candidate* b) { return a->fid < b->fid; });
-    DemoScene scene;
-    scene.SetHeightScale(m_run.heightScale);
-    DemoJson labels;
-    bool anyLabel = false;
-    DemoDrawnFeature out;
-    size_t next = 0;
-    while (next < batch.size() || next == 0) {
-        // Feature ids count from 0 in every content, so that its feature table stays small
-        const size_t first = next;
-        size_t vertices = 0;
-        labels = DemoJson();
-        labels.BeginObject().Key("labels").BeginArray();
-        anyLabel = false;
-        for (; next < batch.size(); ++next) {
-            const Candidate& c = *batch[next];
-            worker.drawer->Draw(c.feature, static_cast<size_t>(c.fid), out);
-            scene.BeginFeature(static_cast<std::uint32_t>(next - first), "#" + std::to_string(c.fid));
-            if (out.drawn && out.style) {
-                BSX::BsxPoint3D anchor;
-                if (c.feature.geometryType % 100 == KrGeometry::GEO_REGION) worker.prepared.PrepareFeature(c.feature.parts, worker.mesh, anchor);
-                else worker.mesh = DemoMesh();
-                scene.AddFeature(c.feature, &worker.mesh, *out.style);
-            }
-            if (out.chart) scene.AddChart(*out.chart);
-            if (m_labels && !out.label.IsEmpty() && c.feature.hasAnchor) {
-                labels.BeginObject().Key("text").String(out.label.ToUtf8()).Key("lon").Number(c.feature.anchor.x);
-                labels.Key("lat").Number(c.feature.anchor.y).Key("fid").Integer(c.fid).EndObject();
-                anyLabel = true;
-            }
-            vertices = scene.GetVertices().size() + scene.GetLineVertices().size();
-            if (vertices * kVertexBytes >= kMaxContentBytes) {
-                ++next;
-                break;
-            }
-        }
-        labels.EndArray().EndObject();
-        if (vertices == 0 && !anyLabel) {
-            if (next == 0) break;
-            continue;
-        }
-        const std::string base = "tiles/" + DemoTileTree::Name(node) + "_" + std::to_string(state.record.contents.size());
-        std::vector<std::uint8_t> bytes = DemoGlbWriter::Encode(scene);
-        DemoRegion region;
-        if (!DemoTileset::SceneRegion(scene, region)) region = DemoTileset::RectRegion(m_tree.GetRect(node));
-        if (bytes.empty()) {
-            error = "the tile " + base + " would exceed 4 GiB";
-            return false;
-        }
-        if (!DemoTileset::WriteAtomically(m_dir + "/" + base + ".glb", bytes.data(), bytes.size(), false, error)) return false;
-        const std::string labelText = anyLabel ? labels.Text() + "\n" : std::string();
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_written.push_back(m_dir + "/" + base + ".glb");
-            m_bytes += bytes.size();
-            if (m_firstTileMs < 0) m_firstTileMs = std::chrono::duration<double, std::milli>(Clock::now() - m_started).count();
-        }
-        if (anyLabel) {
-            if (!DemoTileset::WriteAtomically(m_dir + "/" + base + ".labels.json", labelText.data(), labelText.size(),
-                                              false, error))
-                return false;
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_written.push_back(m_dir + "/" + base + ".labels.json");
-            m_bytes += labelText.size();
-        }
-        state.record.contents.push_back(base + ".glb");
-        if (state.record.hasRegion) DemoTileset::Extend(state.record.region, region);
-        else state.record.region = region, state.record.hasRegion = true;
-        scene = DemoScene();
-        scene.SetHeightScale(m_run.heightScale);
-        if (next >= batch.size()) break;
-    }
-    return true;
-}
-
-bool TreeRun::DrawNode(Worker& worker, int index, std::string& error)
+bool TreeRun::DrawNode(DemoTileDrawer& drawer, int index, std::string& error)
 {
     const DemoTileNode& node = m_tree.GetNodes()[static_cast<size_t>(index)];
     NodeState& state = m_nodes[static_cast<size_t>(index)];
-    const std::array<double, 4> rect = m_tree.GetRect(node);
-    // What this node hands to its parent: its most prominent features, a quarter of a tile
-    const size_t handUp = node.parent >= 0 ? m_capacity / 4 : 0;
-    std::vector<Candidate> keep;
-    // Largest feature below this node that it does not show itself
-    const double missing = state.dropped;
-    double dropped = state.dropped;
-    auto settle = [&](std::vector<Candidate>& drawn) {
-        for (Candidate& c : drawn) keep.push_back(std::move(c));
-        drawn.clear();
-        std::sort(keep.begin(), keep.end(), Prominent);
-        if (keep.size() > handUp) {
-            dropped = std::max(dropped, keep[handUp].size);
-            keep.resize(handUp);
-        }
-    };
-    if (node.IsLeaf()) {
-        worker.stream.ResetInside(rect[0] - kQueryMargin, rect[1] - kQueryMargin, rect[2] + kQueryMargin,
-                                  rect[3] + kQueryMargin);
-        std::vector<Candidate> chunk;
-        std::uint64_t found = 0;
-        Candidate c;
-        auto flush = [&]() {
-            std::vector<Candidate*> batch;
-            for (Candidate& x : chunk) batch.push_back(&x);
-            if (!WriteContent(worker, node, batch, state, error)) return false;
-            m_featuresDone.fetch_add(chunk.size(), std::memory_order_relaxed);
-            settle(chunk);
-            return true;
-        };
-        while (worker.stream.Next(c.feature, c.fid)) {
-            if (g_signal.load() != 0) {
-                error = "interrupted";
-                return false;
-            }
-            if (!c.feature.hasAnchor || !m_tree.Contains(node, c.feature.anchor.x, c.feature.anchor.y)) continue;
-            ++found;
-            c.size = FeatureSize(c.feature);
-            chunk.push_back(std::move(c));
-            c = Candidate();
-            if (chunk.size() >= m_capacity && !flush()) return false;
-        }
-        if (!chunk.empty() && !flush()) return false;
-        if (found != node.count) {
-            error = "the tile " + DemoTileTree::Name(node) + " should hold " + std::to_string(node.count) +
-                    " features but the layer gave " + std::to_string(found) + " for its place (did it change?)";
-            return false;
-        }
-        state.record.geometricError = 0.0;
-    } else {
-        // A coarser tile: the most prominent features of its children, simplified
-        static thread_local GeosHandle geos;
-        const double side = SideMetres(rect);
-        const double tolerance = (rect[2] - rect[0] + rect[3] - rect[1]) * 0.5 * kSimplifyPerSide;
-        std::vector<Candidate> drawn = std::move(state.promoted);
-        std::vector<Candidate> simplified;
-        std::vector<Candidate*> batch;
-        for (Candidate& x : drawn) {
-            Candidate s;
-            s.fid = x.fid, s.size = x.size;
-            s.feature.geometryType = x.feature.geometryType;
-            s.feature.parts = x.feature.parts;
-            s.feature.anchor = x.feature.anchor;
-            s.feature.hasAnchor = x.feature.hasAnchor;
-            s.feature.feature = std::move(x.feature.feature);
-            Simplify(geos.h, s.feature, tolerance);
-            simplified.push_back(std::move(s));
-        }
-        for (Candidate& x : simplified) batch.push_back(&x);
-        if (!WriteContent(worker, node, batch, state, error)) return false;
-        // The parent gets the full geometry back, to simplify at its own scale
-        for (size_t i = 0; i < drawn.size(); ++i) drawn[i].feature.feature = std::move(simplified[i].feature.feature);
-        settle(drawn);
-        state.record.geometricError = std::max(missing, side * kErrorPerSide);
-        for (int child : node.children) {
-            const NodeState& c = m_nodes[static_cast<size_t>(child)];
-            state.record.geometricError = std::max(state.record.geometricError, c.record.geometricError);
-            if (!c.record.hasRegion) continue;
-            if (state.record.hasRegion) DemoTileset::Extend(state.record.region, c.record.region);
-            else state.record.region = c.record.region, state.record.hasRegion = true;
-        }
-    }
-    if (!state.record.hasRegion) {
-        state.record.region = DemoTileset::RectRegion(rect);
-        state.record.hasRegion = true;
-    }
+    for (int child : node.children) state.input.children.push_back(m_nodes[static_cast<size_t>(child)].record);
+    DemoNodeOutput out;
+    if (!drawer.Draw(index, state.input, out, error)) return false;
+    m_featuresDone.fetch_add(out.features, std::memory_order_relaxed);
     std::lock_guard<std::mutex> lock(m_mutex);
+    state.record = std::move(out.record);
+    state.input = DemoNodeInput();
     ++m_done;
     if (node.parent >= 0) {
         NodeState& parent = m_nodes[static_cast<size_t>(node.parent)];
-        for (Candidate& x : keep) parent.promoted.push_back(std::move(x));
-        parent.dropped = std::max(parent.dropped, dropped);
+        for (DemoTileCandidate& x : out.handUp) parent.input.promoted.push_back(std::move(x));
+        parent.input.dropped = std::max(parent.input.dropped, out.dropped);
         if (--parent.childrenLeft == 0) m_ready.push_back(node.parent);
     }
     m_changed.notify_all();
@@ -710,22 +450,24 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
         return 2;
     }
     const std::string name = run.name.empty() ? DemoThemeBuilder::KindName(master->GetType()) : run.name;
+    const std::string dir = options.outDir + "/" + name;
+    const bool labels = master->GetType() == KrTheme3D::Theme3DLabel;
+    TreeRun drawing(options, run, tree, dir, labels, programStart);
     // Every thread draws with a theme of its own, cloned through the factory and prepared for
     // the layer (chart extremes, query fields) from the same sample
-    std::vector<Worker> workers(static_cast<size_t>(threads));
-    for (Worker& w : workers) {
-        w.theme.reset(factory.CloneTheme3D(master.get()));
-        if (!w.theme) {
+    std::vector<std::unique_ptr<DemoTileDrawer>> drawers;
+    for (int k = 0; k < threads; ++k) {
+        std::unique_ptr<KrTheme3D> clone(factory.CloneTheme3D(master.get()));
+        if (!clone) {
             std::fprintf(stderr, "t3d_demo: the factory could not clone the %s theme\n", name.c_str());
             return 2;
         }
-        w.drawer = std::make_unique<DemoDrawer>(*w.theme, sampleLayer);
-        if (!w.drawer->Prepare(error) || !w.stream.Open(options.dataPath, options.layerName, error)) {
+        drawers.push_back(std::make_unique<DemoTileDrawer>(tree, drawing.Settings()));
+        if (!drawers.back()->Open(std::move(clone), sampleLayer, options.dataPath, options.layerName, error)) {
             std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
             return 2;
         }
     }
-    const std::string dir = options.outDir + "/" + name;
     const std::string tilesDir = dir + "/tiles";
     const std::string tilesetPath = dir + "/tileset.json";
     // An earlier tileset goes first, so that no document ever names tiles this run replaces
@@ -734,9 +476,7 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
         return 3;
     }
     RemoveTiles(tilesDir);
-    const bool labels = master->GetType() == KrTheme3D::Theme3DLabel;
-    TreeRun drawing(options, run, tree, dir, labels, programStart);
-    const bool drawn = drawing.Draw(workers, error);
+    const bool drawn = drawing.Draw(drawers, error);
     const double drawMs = std::chrono::duration<double, std::milli>(Clock::now() - started).count();
     std::string document;
     if (drawn) {
