@@ -132,7 +132,12 @@ bool DemoDrawer::PrepareGraph(std::string& error)
                      graph.GetGraphType() == KrTheme3DGraph::GraphBar);
     // Each series' largest value, the unit it is measured in when series are independent
     m_seriesFactors.assign(static_cast<size_t>(count), 1.0);
-    if (m_independent) {
+    const DemoChartTotals::Scaling* given =
+        m_hasTotals ? (m_independent ? &m_totals.independent : &m_totals.shared) : nullptr;
+    if (given && given->factors.size() != m_seriesFactors.size()) given = nullptr;
+    if (given) {
+        m_seriesFactors = given->factors;
+    } else if (m_independent) {
         std::vector<double> largest(static_cast<size_t>(count), 0.0);
         for (const DemoFeature& f : m_layer.features) {
             for (size_t k = 0; k < expressions.size(); ++k) {
@@ -148,19 +153,23 @@ bool DemoDrawer::PrepareGraph(std::string& error)
     // value; the theme adds the extremes of its array series itself
     double minSum = std::numeric_limits<double>::infinity();
     double maxSum = -minSum, maxValue = 0.0;
-    for (const DemoFeature& f : m_layer.features) {
-        double sum = 0.0;
-        for (size_t k = 0; k < expressions.size(); ++k) {
-            double d = 0.0;
-            if (!valueOf(f, expressions[k], d)) continue;
-            d *= m_seriesFactors[k];
-            sum += d;
-            maxValue = std::max(maxValue, d);
+    if (given) {
+        minSum = given->minSum, maxSum = given->maxSum, maxValue = given->maxValue;
+    } else {
+        for (const DemoFeature& f : m_layer.features) {
+            double sum = 0.0;
+            for (size_t k = 0; k < expressions.size(); ++k) {
+                double d = 0.0;
+                if (!valueOf(f, expressions[k], d)) continue;
+                d *= m_seriesFactors[k];
+                sum += d;
+                maxValue = std::max(maxValue, d);
+            }
+            minSum = std::min(minSum, sum);
+            maxSum = std::max(maxSum, sum);
         }
-        minSum = std::min(minSum, sum);
-        maxSum = std::max(maxSum, sum);
+        if (m_layer.features.empty()) minSum = maxSum = 0.0;
     }
-    if (m_layer.features.empty()) minSum = maxSum = 0.0;
     const int features = static_cast<int>(std::min<size_t>(m_layer.features.size(), std::numeric_limits<int>::max()));
     m_seriesMetres.assign(static_cast<size_t>(count), 0.0);
     if (apply) {
@@ -231,12 +240,16 @@ bool DemoDrawer::Prepare(std::string& error)
         break;
     case KrTheme3D::Theme3DCustom: {
         // One query per kind of geometry that the layer holds
-        bool asked[4] = {false, false, false, false};
-        for (const DemoFeature& f : m_layer.features) {
-            const int t = f.geometryType % 100;
-            const int selector = t == 1 ? 0 : t == 3 ? 1 : t == 5 ? 2 : 3;
-            if (asked[selector]) continue;
-            asked[selector] = true;
+        unsigned kinds = m_kinds;
+        if (!m_hasKinds) {
+            kinds = 0;
+            for (const DemoFeature& f : m_layer.features) {
+                const int t = f.geometryType % 100;
+                kinds |= 1u << (t == 1 || t == 3 || t == 5 ? t : 0);
+            }
+        }
+        for (int selector = 0; selector < 4; ++selector) {
+            if (!(kinds & (1u << (selector == 3 ? 0 : selector * 2 + 1)))) continue;
             BSX::BsxArray<BSX::BsxUnicodeString> fields;
             m_theme.GetThemeQueryDef(selector, fields);
             for (const auto& query : fields) {

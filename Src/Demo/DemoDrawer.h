@@ -54,6 +54,17 @@ struct DemoChartScale {
     }
 };
 
+// A chart's values over a whole layer, for a drawer that sees only part of it: per series the
+// factor its values get, the smallest and largest chart total and the tallest single value, for
+// series on one scale (shared) and each against its own largest value (independent)
+struct DemoChartTotals {
+    struct Scaling {
+        std::vector<double> factors;
+        double minSum = 0.0, maxSum = 0.0, maxValue = 0.0;
+    };
+    Scaling shared, independent;
+};
+
 // One line of the legend
 struct DemoLegendEntry {
     std::string caption;
@@ -81,6 +92,12 @@ public:
 
     // Chart settings, before Prepare
     void SetChartScale(const DemoChartScale& scale) { m_chartScale = scale; }
+    // The whole layer's chart totals, before Prepare: charts are sized from these instead of
+    // from the features the drawer holds
+    void SetChartTotals(const DemoChartTotals& totals) { m_totals = totals, m_hasTotals = true; }
+    // The geometry kinds the whole layer holds (bit 1 points, 3 lines, 5 regions, 0 others),
+    // before Prepare: a custom theme's queries are asked for these instead of the held features'
+    void SetGeometryKinds(unsigned kinds) { m_kinds = kinds, m_hasKinds = true; }
     // Whether the chart series were scaled independently (after Prepare)
     bool IsSeriesIndependent() const { return m_independent; }
     // Everything done once per layer: chart extremes and the refresh cycle for charts, the query
@@ -131,6 +148,10 @@ private:
     std::vector<double> m_seriesMetres;
     DemoChartScale m_chartScale;
     bool m_independent = false;
+    DemoChartTotals m_totals;
+    bool m_hasTotals = false;
+    unsigned m_kinds = 0;
+    bool m_hasKinds = false;
 };
 
 } // namespace KRN

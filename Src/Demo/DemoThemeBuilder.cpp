@@ -79,14 +79,24 @@ bool BuildUnique(const DemoThemeRequest& r, const DemoLayer& layer, KrTheme3DUni
         int klass = -1;
     };
     std::map<BSX::BsxUnicodeString, Value> distinct;
+    if (r.values) {
+        for (const DemoValueCount& v : r.values->values) {
+            Value& value = distinct[Wide(v.text)];
+            value.count = static_cast<size_t>(v.count), value.number = numeric ? v.number : 0.0;
+        }
+        report.allValuesCounted = r.values->complete;
+    }
+    // The layer's features count their values, or with counts given only find their class (for
+    // the colours of neighbours)
     std::vector<const BSX::BsxUnicodeString*> featureKey(layer.features.size(), nullptr);
     for (size_t i = 0; i < layer.features.size(); ++i) {
         BSX::BsxVariant v;
         if (!layer.features[i].feature->GetValue(expression, v)) continue;
         BSX::BsxUnicodeString key = KrTheme3D::Variant2String(v);
         if (key.IsEmpty()) continue;
-        auto it = distinct.emplace(key, Value()).first;
-        if (it->second.count++ == 0 && numeric) KrTheme3D::Variant2Double(v, it->second.number);
+        auto it = r.values ? distinct.find(key) : distinct.emplace(key, Value()).first;
+        if (it == distinct.end()) continue;
+        if (!r.values && it->second.count++ == 0 && numeric) KrTheme3D::Variant2Double(v, it->second.number);
         featureKey[i] = &it->first;
     }
     std::vector<std::map<BSX::BsxUnicodeString, Value>::iterator> order;

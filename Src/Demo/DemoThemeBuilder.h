@@ -1,6 +1,7 @@
 #pragma once
 // Builds a theme of any kind for a layer: from a saved theme document, or from what the user
 // asked for on the command line.
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,6 +14,24 @@
 #include "KrTheme3D.h"
 
 namespace KRN {
+
+// One distinct value of a field, as the themes compare it
+struct DemoValueCount {
+    std::string text;
+    // The value as a number (the first one seen with this text), when the field is numeric
+    double number = 0.0;
+    std::uint64_t count = 0;
+};
+
+// The distinct values of a field over a whole layer
+struct DemoValueCounts {
+    // By text
+    std::vector<DemoValueCount> values;
+    // False when the field had more distinct values than were counted: then rare values are
+    // missing and every count may fall short by up to shortfall
+    bool complete = true;
+    std::uint64_t shortfall = 0;
+};
 
 // What the user asked for
 struct DemoThemeRequest {
@@ -40,6 +59,9 @@ struct DemoThemeRequest {
     // quantile breaks come from here instead of the layer's values
     std::shared_ptr<const KrClassStatistics> statistics;
     std::vector<double> quantileBreaks;
+    // Unique classification from the distinct values of the whole layer counted in parts: when
+    // set, the classes come from here instead of the layer's values
+    std::shared_ptr<const DemoValueCounts> values;
 };
 
 // What a build decided that the user should hear about
@@ -47,6 +69,9 @@ struct DemoBuildReport {
     // Unique themes: distinct values of the field and the classes made of them
     int distinctValues = 0;
     int classes = 0;
+    // False when there were more distinct values than could be counted (distinctValues is then
+    // the number counted)
+    bool allValuesCounted = true;
     // Range themes: the classification with its breaks, classes and fit; the features without a
     // number (no data) are counted in it
     bool classified = false;

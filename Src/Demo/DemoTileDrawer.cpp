@@ -148,6 +148,9 @@ bool DemoTileDrawer::Open(std::unique_ptr<KrTheme3D> theme, const DemoLayer& lay
         return false;
     }
     m_drawer = std::make_unique<DemoDrawer>(*m_theme, layer);
+    m_drawer->SetChartScale(m_settings.chartScale);
+    if (m_settings.chartTotals) m_drawer->SetChartTotals(*m_settings.chartTotals);
+    if (m_settings.geometryKinds != 0) m_drawer->SetGeometryKinds(m_settings.geometryKinds);
     return m_drawer->Prepare(error) && m_stream.Open(dataPath, layerName, error);
 }
 

@@ -55,6 +55,12 @@ struct DemoTileSettings {
     double heightScale = 1.0;
     // Label themes write each content's texts and places beside it
     bool labels = false;
+    // How charts are scaled, and what the whole layer holds (from its summary) that the drawer
+    // is prepared with instead of what the layer given to Open holds: chart totals, and the
+    // geometry kinds (0: those of that layer)
+    DemoChartScale chartScale;
+    std::shared_ptr<const DemoChartTotals> chartTotals;
+    unsigned geometryKinds = 0;
     // Told of every file written (path and size), at once, so that a failed run can remove them
     std::function<void(const std::string&, std::uint64_t)> written;
     // Asked between features; a true answer stops the node with the message "interrupted"

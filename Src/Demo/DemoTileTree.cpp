@@ -22,7 +22,7 @@ void DemoTileTree::SetExtent(double west, double south, double east, double nort
         south = mid - kMinSide, north = mid + kMinSide;
     }
     m_west = west, m_south = south, m_east = east, m_north = north;
-    m_grid.assign(static_cast<size_t>(kSide) * kSide, 0);
+    m_grid.clear();
     m_total = 0;
     m_nodes.clear();
 }
@@ -38,19 +38,27 @@ void DemoTileTree::Cell(double lon, double lat, std::uint32_t& cx, std::uint32_t
     cy = index(lat, m_south, m_north);
 }
 
-void DemoTileTree::Count(double lon, double lat)
+std::uint32_t DemoTileTree::CellIndex(double lon, double lat) const
 {
-    if (m_grid.empty()) SetExtent(m_west, m_south, m_east, m_north);
     std::uint32_t cx, cy;
     Cell(lon, lat, cx, cy);
-    ++m_grid[static_cast<size_t>(cy) * kSide + cx];
-    ++m_total;
+    return cy * kSide + cx;
 }
+
+void DemoTileTree::AddCell(std::uint32_t cell, std::uint64_t count)
+{
+    if (cell >= kSide * kSide) return;
+    if (m_grid.empty()) m_grid.assign(static_cast<size_t>(kSide) * kSide, 0);
+    m_grid[cell] += static_cast<std::uint32_t>(count);
+    m_total += count;
+}
+
+void DemoTileTree::Count(double lon, double lat) { AddCell(CellIndex(lon, lat), 1); }
 
 void DemoTileTree::Merge(const DemoTileTree& other)
 {
     if (other.m_grid.empty()) return;
-    if (m_grid.empty()) SetExtent(other.m_west, other.m_south, other.m_east, other.m_north);
+    if (m_grid.empty()) m_grid.assign(other.m_grid.size(), 0);
     for (size_t i = 0; i < m_grid.size(); ++i) m_grid[i] += other.m_grid[i];
     m_total += other.m_total;
 }

@@ -34,6 +34,11 @@ public:
 
     // Counts a feature anchored at lon/lat (points outside the extent go to its edge cells)
     void Count(double lon, double lat);
+    // The grid cell that holds lon/lat, and counts added to a cell by that index (counts kept
+    // elsewhere, such as a layer summary's, come back this way); the grid's memory is taken at
+    // the first count
+    std::uint32_t CellIndex(double lon, double lat) const;
+    void AddCell(std::uint32_t cell, std::uint64_t count);
     // Adds the counts of a tree over the same extent
     void Merge(const DemoTileTree& other);
     std::uint64_t GetTotal() const { return m_total; }

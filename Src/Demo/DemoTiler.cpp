@@ -19,6 +19,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerStream.h"
+#include "DemoLayerSummary.h"
 #include "DemoOutput.h"
 #include "DemoProgress.h"
 #include "DemoPreparedLayer.h"
@@ -29,6 +30,7 @@
 #include "DemoTileset.h"
 #include "KrClassStatistics.h"
 #include "KrQuantileSketch.h"
+#include "KrTheme3DGraph.h"
 
 namespace KRN {
 
@@ -36,8 +38,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Identifiers per span of the scan: the unit that threads take in turn
-constexpr long long kScanSpan = 1 << 16;
 
 std::atomic<int> g_signal{0};
 
@@ -96,15 +96,6 @@ void RemoveTiles(const std::string& dir)
 // A feature on its way through the scan's sample
 using Candidate = DemoTileCandidate;
 
-// What the scan learns about the whole layer
-struct Scan {
-    DemoTileTree tree;
-    // The sampled features (attributes only): a heap of the smallest hashes of their identifiers
-    std::vector<std::pair<std::uint64_t, Candidate>> sample;
-    std::uint64_t features = 0, unanchored = 0;
-    std::string error;
-};
-
 using Sampled = std::pair<std::uint64_t, Candidate>;
 
 bool SampleOrder(const Sampled& a, const Sampled& b)
@@ -125,67 +116,53 @@ void Offer(std::vector<Sampled>& heap, Sampled&& s)
     }
 }
 
-void Measure(const DemoFeature& f, std::vector<struct FieldStatistics>& fields);
-
-void ScanPart(DemoLayerStream& stream, Scan& scan, std::vector<struct FieldStatistics>& fields,
-              std::atomic<std::uint64_t>& read)
+// Reads what the stream gives: every feature into the summary, and those of smallest hash
+// (attributes and anchor only) into the sample when one is asked for
+bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, std::vector<Sampled>* sample,
+              std::atomic<std::uint64_t>* read)
 {
     DemoFeature f;
     long long fid = 0;
     while (stream.Next(f, fid)) {
-        if (g_signal.load() != 0) return;
-        ++scan.features;
-        read.fetch_add(1, std::memory_order_relaxed);
-        Measure(f, fields);
-        if (!f.hasAnchor) {
-            ++scan.unanchored;
-            continue;
-        }
-        scan.tree.Count(f.anchor.x, f.anchor.y);
+        if (g_signal.load() != 0) return false;
+        if (read) read->fetch_add(1, std::memory_order_relaxed);
+        summary.Add(f);
+        if (!sample || !f.hasAnchor) continue;
         Sampled s;
         s.first = Mix(static_cast<std::uint64_t>(fid));
         s.second.fid = fid;
-        if (scan.sample.size() >= DemoTiler::kSampleSize && !SampleOrder(s, scan.sample.front())) continue;
+        if (sample->size() >= DemoTiler::kSampleSize && !SampleOrder(s, sample->front())) continue;
         s.second.feature.feature = std::move(f.feature);
         s.second.feature.geometryType = f.geometryType;
         s.second.feature.anchor = f.anchor;
         s.second.feature.hasAnchor = true;
-        Offer(scan.sample, std::move(s));
+        Offer(*sample, std::move(s));
     }
+    return true;
 }
 
-} // namespace
+// Reads one span of identifiers; the last one is open, so that sparse or shifted identifiers
+// are still all read
+bool ScanSpan(DemoLayerStream& stream, long long span, long long spans, DemoLayerSummary& summary,
+              std::vector<Sampled>* sample, std::atomic<std::uint64_t>* read)
+{
+    if (spans <= 1) stream.Reset();
+    else stream.ResetSpan(span * DemoTiler::kScanSpan, span == spans - 1 ? (1LL << 62) : (span + 1) * DemoTiler::kScanSpan);
+    return ScanPart(stream, summary, sample, read);
+}
 
-namespace {
-
-// Statistics of one range theme's field, gathered span by span
-struct FieldStatistics {
-    BSX::BsxUnicodeString field;
-    KrClassStatistics statistics;
-    KrQuantileSketch sketch;
+// What the scan learns about the whole layer
+struct Scan {
+    DemoLayerSummary summary;
+    DemoTileTree tree;
 };
 
-void Measure(const DemoFeature& f, std::vector<FieldStatistics>& fields)
-{
-    for (FieldStatistics& s : fields) {
-        BSX::BsxVariant v;
-        double d = 0.0;
-        if (f.feature->GetValue(s.field, v) && KrTheme3D::Variant2Double(v, d) && std::isfinite(d)) {
-            s.statistics.Add(d);
-            s.sketch.Add(d);
-        } else {
-            s.statistics.AddNoData();
-            s.sketch.AddNoData();
-        }
-    }
-}
-
 // Reads the whole layer once, in spans of identifiers that threads take in turn where the
-// source can select them: the anchors' grid counts, the sample, and the statistics of every
-// range theme's field. Spans have a fixed size and their statistics merge in span order, so
-// that the result is the same whatever the number of threads.
-bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& sampleLayer,
-               std::vector<FieldStatistics>& fields, std::string& error)
+// source can select them. Each span is summarised on its own and the summaries merge in span
+// order, so that the result is the same whatever the number of threads. Beside it a seeded
+// sample of attribute records serves what needs features at hand (the drawers' layer).
+bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Scan& scan, DemoLayer& sampleLayer,
+               std::string& error)
 {
     DemoLayerStream first;
     if (!first.Open(options.dataPath, options.layerName, error)) return false;
@@ -194,42 +171,33 @@ bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& s
         error = "the layer '" + first.GetName() + "' has no extent to tile";
         return false;
     }
+    plan.extent = {west, south, east, north};
+    scan.summary = DemoLayerSummary(plan);
     sampleLayer.name = first.GetName();
     sampleLayer.fields = first.GetFields();
     sampleLayer.bounds = BSX::BsxRect2D(west, north, east, south);
     const long long count = first.CountHint();
-    // Identifiers start at 0 or 1 in the formats that number their records; the last span is
-    // open so that sparse or shifted identifiers are still all read
-    const long long spans = count > 0 && first.ResetSpan(0, 1) ? count / kScanSpan + 1 : 1;
+    const long long spans = DemoTiler::SpanCount(first);
     const int parts = static_cast<int>(std::min<long long>(std::max(1, threads), spans));
-    std::vector<Scan> scans(static_cast<size_t>(parts));
+    std::vector<std::vector<Sampled>> samples(static_cast<size_t>(parts));
     std::vector<std::string> errors(static_cast<size_t>(parts));
     std::atomic<std::uint64_t> read{0};
     std::atomic<long long> nextSpan{0};
     std::mutex merging;
-    std::vector<std::unique_ptr<std::vector<FieldStatistics>>> finished(static_cast<size_t>(spans));
+    std::vector<std::unique_ptr<DemoLayerSummary>> finished(static_cast<size_t>(spans));
     long long merged = 0;
     auto work = [&](int k) {
-        Scan& part = scans[static_cast<size_t>(k)];
-        part.tree.SetExtent(west, south, east, north);
         DemoLayerStream own;
         DemoLayerStream& stream = k == 0 ? first : own;
         if (k > 0 && !own.Open(options.dataPath, options.layerName, errors[static_cast<size_t>(k)])) return;
         for (long long span = nextSpan++; span < spans && g_signal.load() == 0; span = nextSpan++) {
-            if (spans == 1) stream.Reset();
-            else stream.ResetSpan(span * kScanSpan, span == spans - 1 ? (1LL << 62) : (span + 1) * kScanSpan);
-            auto own = std::make_unique<std::vector<FieldStatistics>>();
-            own->resize(fields.size());
-            for (size_t i = 0; i < fields.size(); ++i) (*own)[i].field = fields[i].field;
-            ScanPart(stream, part, *own, read);
+            auto part = std::make_unique<DemoLayerSummary>(plan);
+            if (!ScanSpan(stream, span, spans, *part, &samples[static_cast<size_t>(k)], &read)) return;
             // Spans merge in their order as soon as the ones before them are done
             std::lock_guard<std::mutex> lock(merging);
-            finished[static_cast<size_t>(span)] = std::move(own);
+            finished[static_cast<size_t>(span)] = std::move(part);
             for (; merged < spans && finished[static_cast<size_t>(merged)]; ++merged) {
-                for (size_t i = 0; i < fields.size(); ++i) {
-                    fields[i].statistics.Merge((*finished[static_cast<size_t>(merged)])[i].statistics);
-                    fields[i].sketch.Merge((*finished[static_cast<size_t>(merged)])[i].sketch);
-                }
+                scan.summary.Merge(*finished[static_cast<size_t>(merged)]);
                 finished[static_cast<size_t>(merged)].reset();
             }
         }
@@ -258,15 +226,14 @@ bool ScanLayer(const DemoOptions& options, int threads, Scan& scan, DemoLayer& s
         }
     }
     scan.tree.SetExtent(west, south, east, north);
-    for (Scan& part : scans) {
-        scan.tree.Merge(part.tree);
-        scan.features += part.features, scan.unanchored += part.unanchored;
-        for (auto& s : part.sample) Offer(scan.sample, std::move(s));
-        part.sample.clear();
+    scan.summary.CountInto(scan.tree);
+    std::vector<Sampled> sample;
+    for (auto& part : samples) {
+        for (auto& s : part) Offer(sample, std::move(s));
+        part.clear();
     }
-    std::sort(scan.sample.begin(), scan.sample.end(), [](const Sampled& a, const Sampled& b) { return a.second.fid < b.second.fid; });
-    for (auto& s : scan.sample) sampleLayer.features.push_back(std::move(s.second.feature));
-    scan.sample.clear();
+    std::sort(sample.begin(), sample.end(), [](const Sampled& a, const Sampled& b) { return a.second.fid < b.second.fid; });
+    for (auto& s : sample) sampleLayer.features.push_back(std::move(s.second.feature));
     return true;
 }
 
@@ -438,23 +405,33 @@ void RemoveAll(const std::vector<std::string>& files, const std::string& tilesDi
     rmdir(tilesDir.c_str());
 }
 
-int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sampleLayer, const DemoTileTree& tree,
-            KrTheme3DFactory& factory, int threads, Clock::time_point programStart, DemoJson& themes)
+int TileRun(const DemoOptions& options, const DemoRun& run, const DemoTiler::RunNeeds& needs, const Scan& scan,
+            const DemoLayer& sampleLayer, KrTheme3DFactory& factory, int threads, Clock::time_point programStart,
+            DemoJson& themes)
 {
+    const DemoTileTree& tree = scan.tree;
     std::string error;
     auto started = Clock::now();
     std::unique_ptr<KrTheme3D> master;
     const DemoThemeCreator create = [&factory](int kind) { return factory.NewTheme3D(kind); };
-    if (!DemoThemeBuilder::Build(run.request, sampleLayer, create, master, error)) {
+    DemoBuildReport report;
+    if (!DemoThemeBuilder::Build(run.request, sampleLayer, create, master, error, &report)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
+    }
+    if (report.distinctValues > report.classes || !report.allValuesCounted) {
+        std::fprintf(stderr,
+                     "t3d_demo: warning: '%s' has %s%d distinct values; the %d most frequent have classes, the others"
+                     " are drawn as \"Other values\" (--max-classes raises the limit)\n",
+                     run.request.field.c_str(), report.allValuesCounted ? "" : "more than ", report.distinctValues,
+                     report.classes);
     }
     const std::string name = run.name.empty() ? DemoThemeBuilder::KindName(master->GetType()) : run.name;
     const std::string dir = options.outDir + "/" + name;
     const bool labels = master->GetType() == KrTheme3D::Theme3DLabel;
     TreeRun drawing(options, run, tree, dir, labels, programStart);
     // Every thread draws with a theme of its own, cloned through the factory and prepared for
-    // the layer (chart extremes, query fields) from the same sample
+    // the whole layer (chart extremes, geometry kinds) from its summary
     std::vector<std::unique_ptr<DemoTileDrawer>> drawers;
     for (int k = 0; k < threads; ++k) {
         std::unique_ptr<KrTheme3D> clone(factory.CloneTheme3D(master.get()));
@@ -462,7 +439,12 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
             std::fprintf(stderr, "t3d_demo: the factory could not clone the %s theme\n", name.c_str());
             return 2;
         }
-        drawers.push_back(std::make_unique<DemoTileDrawer>(tree, drawing.Settings()));
+        DemoTileSettings settings = drawing.Settings();
+        settings.chartScale = run.chartScale;
+        if (needs.chart >= 0)
+            settings.chartTotals = std::make_shared<DemoChartTotals>(scan.summary.GetChartTotals(static_cast<size_t>(needs.chart)));
+        settings.geometryKinds = scan.summary.GetGeometryKinds();
+        drawers.push_back(std::make_unique<DemoTileDrawer>(tree, std::move(settings)));
         if (!drawers.back()->Open(std::move(clone), sampleLayer, options.dataPath, options.layerName, error)) {
             std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
             return 2;
@@ -518,6 +500,75 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoLayer& sam
 
 } // namespace
 
+DemoSummaryPlan DemoTiler::Plan(const DemoOptions& options, KrTheme3DFactory& factory, std::vector<RunNeeds>& needs)
+{
+    DemoSummaryPlan plan;
+    needs.clear();
+    for (const DemoRun& run : options.runs) {
+        const DemoThemeRequest& r = run.request;
+        RunNeeds n;
+        std::vector<std::string> series = r.chartFields;
+        if (r.kind == KrTheme3D::Theme3DNone) {
+            // A saved chart names its series in its document; a document that cannot be read
+            // fails later with its reason
+            std::unique_ptr<KrTheme3D> saved;
+            std::string ignored;
+            const DemoThemeCreator create = [&factory](int kind) { return factory.NewTheme3D(kind); };
+            if (DemoThemeBuilder::Build(r, DemoLayer(), create, saved, ignored) &&
+                saved->GetType() == KrTheme3D::Theme3DGraph) {
+                const auto& graph = static_cast<const KrTheme3DGraph&>(*saved);
+                for (int i = 0; i < graph.GetCount(); ++i) series.push_back(graph.GetExpressionAt(i).ToUtf8());
+                n.chart = static_cast<int>(plan.charts.size());
+                plan.charts.push_back(series);
+            }
+        } else if (r.kind == KrTheme3D::Theme3DRange && !r.field.empty()) {
+            n.numeric = static_cast<int>(plan.numericFields.size());
+            plan.numericFields.push_back(r.field);
+        } else if (r.kind == KrTheme3D::Theme3DUnique && !r.field.empty()) {
+            n.values = static_cast<int>(plan.valueFields.size());
+            plan.valueFields.push_back(r.field);
+            // Enough values counted that the most frequent ones keep their class and count
+            plan.valueLimit = std::max<std::uint64_t>(plan.valueLimit, 16ull * static_cast<unsigned>(std::max(1, r.maxClasses)));
+        } else if (r.kind == KrTheme3D::Theme3DGraph) {
+            n.chart = static_cast<int>(plan.charts.size());
+            plan.charts.push_back(series);
+        }
+        needs.push_back(n);
+    }
+    return plan;
+}
+
+long long DemoTiler::SpanCount(DemoLayerStream& stream)
+{
+    const long long count = stream.CountHint();
+    return count > 0 && stream.ResetSpan(0, 1) ? count / kScanSpan + 1 : 1;
+}
+
+bool DemoTiler::SummariseSpan(DemoLayerStream& stream, long long span, long long spans, DemoLayerSummary& summary)
+{
+    return ScanSpan(stream, span, spans, summary, nullptr, nullptr);
+}
+
+DemoRun DemoTiler::Complete(const DemoRun& original, const RunNeeds& needs, const DemoLayerSummary& summary)
+{
+    DemoRun run = original;
+    if (needs.numeric >= 0) {
+        const KrQuantileSketch& sketch = summary.GetSketch(static_cast<size_t>(needs.numeric));
+        run.request.statistics = std::make_shared<KrClassStatistics>(summary.GetStatistics(static_cast<size_t>(needs.numeric)));
+        // Quantile breaks as the layer's sorted values would give them: the value at rank
+        // k/n for each class k after the first, a run of equal values in one class
+        const std::int64_t n = std::min<std::int64_t>(run.request.classes, sketch.GetCount());
+        for (std::int64_t k = 1; k < n; ++k) {
+            const double b = sketch.GetQuantile(static_cast<double>(k) / static_cast<double>(n));
+            if (run.request.quantileBreaks.empty() || run.request.quantileBreaks.back() != b)
+                run.request.quantileBreaks.push_back(b);
+        }
+    }
+    if (needs.values >= 0)
+        run.request.values = std::make_shared<DemoValueCounts>(summary.GetValues(static_cast<size_t>(needs.values)));
+    return run;
+}
+
 int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
 {
     const int threads = options.threads > 0 ? options.threads : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
@@ -526,18 +577,10 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     Scan scan;
     DemoLayer sampleLayer;
     std::string error;
-    // Range themes classify from statistics of every feature, gathered while scanning
-    std::vector<FieldStatistics> fields;
-    std::vector<int> fieldOfRun;
-    for (const DemoRun& run : options.runs) {
-        const bool ranged = run.request.kind == KrTheme3D::Theme3DRange && !run.request.field.empty();
-        fieldOfRun.push_back(ranged ? static_cast<int>(fields.size()) : -1);
-        if (ranged) {
-            fields.emplace_back();
-            fields.back().field = BSX::BsxUnicodeString::FromUtf8(run.request.field);
-        }
-    }
-    if (!ScanLayer(options, threads, scan, sampleLayer, fields, error)) {
+    // Themes classify from the whole layer, summarised while scanning
+    std::vector<RunNeeds> needs;
+    const DemoSummaryPlan plan = Plan(options, factory, needs);
+    if (!ScanLayer(options, threads, plan, scan, sampleLayer, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 2;
     }
@@ -547,10 +590,9 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     }
     scan.tree.Build(static_cast<std::uint64_t>(options.tileFeatures));
     const double scanMs = std::chrono::duration<double, std::milli>(Clock::now() - started).count();
-    std::printf("layer %s: %llu features (%llu without a place, not tiled), scanned in %.1f ms; %zu sampled for the"
-                " themes\n",
-                sampleLayer.name.c_str(), static_cast<unsigned long long>(scan.features),
-                static_cast<unsigned long long>(scan.unanchored), scanMs, sampleLayer.features.size());
+    std::printf("layer %s: %llu features (%llu without a place, not tiled), scanned in %.1f ms\n",
+                sampleLayer.name.c_str(), static_cast<unsigned long long>(scan.summary.GetFeatures()),
+                static_cast<unsigned long long>(scan.summary.GetUnanchored()), scanMs);
     if (!MakeDirectory(options.outDir, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 3;
@@ -559,24 +601,12 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     DemoJson manifest;
     const std::array<double, 4> extent = scan.tree.GetExtent();
     manifest.BeginObject().Key("layer").BeginObject().Key("name").String(sampleLayer.name);
-    manifest.Key("features").Integer(static_cast<long long>(scan.features)).Key("extent").BeginObject();
+    manifest.Key("features").Integer(static_cast<long long>(scan.summary.GetFeatures())).Key("extent").BeginObject();
     manifest.Key("west").Number(extent[0]).Key("south").Number(extent[1]).Key("east").Number(extent[2]);
     manifest.Key("north").Number(extent[3]).EndObject().EndObject().Key("themes").BeginArray();
     for (size_t i = 0; i < options.runs.size(); ++i) {
-        DemoRun run = options.runs[i];
-        if (fieldOfRun[i] >= 0) {
-            const FieldStatistics& f = fields[static_cast<size_t>(fieldOfRun[i])];
-            run.request.statistics = std::make_shared<KrClassStatistics>(f.statistics);
-            // Quantile breaks as the layer's sorted values would give them: the value at rank
-            // k/n for each class k after the first, a run of equal values in one class
-            const std::int64_t n = std::min<std::int64_t>(run.request.classes, f.sketch.GetCount());
-            for (std::int64_t k = 1; k < n; ++k) {
-                const double b = f.sketch.GetQuantile(static_cast<double>(k) / static_cast<double>(n));
-                if (run.request.quantileBreaks.empty() || run.request.quantileBreaks.back() != b)
-                    run.request.quantileBreaks.push_back(b);
-            }
-        }
-        const int result = TileRun(options, run, sampleLayer, scan.tree, factory, threads, started, manifest);
+        const DemoRun run = Complete(options.runs[i], needs[i], scan.summary);
+        const int result = TileRun(options, run, needs[i], scan, sampleLayer, factory, threads, started, manifest);
         if (result != 0) return result;
     }
     manifest.EndArray().EndObject();
