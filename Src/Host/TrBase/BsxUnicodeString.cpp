@@ -21,62 +21,72 @@ BsxUnicodeString& BsxUnicodeString::operator=(const wchar_t* text)
 BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
 {
     const size_t n = text ? length : 0;
-    // Never more characters than bytes: size once, write through a pointer, trim at the end
-    std::wstring out(n, L'\0');
-    wchar_t* o = &out[0];
+    // Never more characters than bytes: reserve once, then append through a small buffer, so
+    // that a long document is written once instead of being zero-filled first
+    std::wstring out;
+    out.reserve(n);
+    wchar_t buffer[4096];
+    size_t used = 0;
     const auto* s = reinterpret_cast<const unsigned char*>(text);
     size_t i = 0;
     while (i < n) {
+        if (used > sizeof buffer / sizeof buffer[0] - 1) {
+            out.append(buffer, used);
+            used = 0;
+        }
         unsigned char c = s[i];
         unsigned int cp = 0;
         int extra = 0;
-        if (c < 0x80) { *o++ = static_cast<wchar_t>(c); ++i; continue; }
+        if (c < 0x80) { buffer[used++] = static_cast<wchar_t>(c); ++i; continue; }
         else if ((c & 0xE0) == 0xC0) { cp = c & 0x1F; extra = 1; }
         else if ((c & 0xF0) == 0xE0) { cp = c & 0x0F; extra = 2; }
         else if ((c & 0xF8) == 0xF0) { cp = c & 0x07; extra = 3; }
-        else { *o++ = L'\xFFFD'; ++i; continue; }
+        else { buffer[used++] = L'\xFFFD'; ++i; continue; }
         bool ok = true;
         for (int k = 1; k <= extra; ++k) {
             if (i + k >= n || (s[i + k] & 0xC0) != 0x80) { ok = false; break; }
             cp = (cp << 6) | (s[i + k] & 0x3F);
         }
-        if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) { *o++ = L'\xFFFD'; ++i; continue; }
-        *o++ = static_cast<wchar_t>(cp);
+        if (!ok || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) { buffer[used++] = L'\xFFFD'; ++i; continue; }
+        buffer[used++] = static_cast<wchar_t>(cp);
         i += static_cast<size_t>(extra) + 1;
     }
-    out.resize(static_cast<size_t>(o - out.data()));
+    out.append(buffer, used);
     return BsxUnicodeString(std::move(out));
 }
 
 std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
 {
-    // Documents are long: size the result once, then write bytes through a pointer
+    // Documents are long and mostly ASCII: reserve one byte a character and append through a
+    // small buffer; the string grows only for the characters that take more
     auto valid = [](unsigned int cp) { return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF) ? cp : 0xFFFDu; };
-    size_t bytes = 0;
+    std::string out;
+    out.reserve(length);
+    char buffer[4096];
+    size_t used = 0;
     for (size_t i = 0; i < length; ++i) {
-        const unsigned int cp = valid(static_cast<unsigned int>(text[i]));
-        bytes += cp < 0x80 ? 1 : cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
-    }
-    std::string out(bytes, '\0');
-    char* o = &out[0];
-    for (size_t i = 0; i < length; ++i) {
+        if (used > sizeof buffer - 4) {
+            out.append(buffer, used);
+            used = 0;
+        }
         const unsigned int cp = valid(static_cast<unsigned int>(text[i]));
         if (cp < 0x80) {
-            *o++ = static_cast<char>(cp);
+            buffer[used++] = static_cast<char>(cp);
         } else if (cp < 0x800) {
-            *o++ = static_cast<char>(0xC0 | (cp >> 6));
-            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+            buffer[used++] = static_cast<char>(0xC0 | (cp >> 6));
+            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
         } else if (cp < 0x10000) {
-            *o++ = static_cast<char>(0xE0 | (cp >> 12));
-            *o++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+            buffer[used++] = static_cast<char>(0xE0 | (cp >> 12));
+            buffer[used++] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
         } else {
-            *o++ = static_cast<char>(0xF0 | (cp >> 18));
-            *o++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-            *o++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            *o++ = static_cast<char>(0x80 | (cp & 0x3F));
+            buffer[used++] = static_cast<char>(0xF0 | (cp >> 18));
+            buffer[used++] = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+            buffer[used++] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
         }
     }
+    out.append(buffer, used);
     return out;
 }
 

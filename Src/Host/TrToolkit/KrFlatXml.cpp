@@ -106,11 +106,9 @@ bool Split(const wchar_t* text, Document& document)
     return *p == 0;
 }
 
-void AppendText(std::wstring& out, const wchar_t* text)
+void AppendText(std::wstring& out, std::wstring_view text)
 {
-    if (!text) return;
-    for (const wchar_t* p = text; *p; ++p) {
-        const wchar_t c = *p;
+    for (const wchar_t c : text) {
         if (c == L'&') {
             out += L"&amp;";
         } else if (c == L'<') {
@@ -135,13 +133,13 @@ Writer::Writer(const wchar_t* root) : m_root(root ? root : L"")
     m_text += m_root;
 }
 
-void Writer::Add(const wchar_t* name, const wchar_t* text)
+void Writer::Add(std::wstring_view name, std::wstring_view text)
 {
     if (m_empty) m_text += L">\n";
     m_empty = false;
     m_text += L"  <";
     m_text += name;
-    if (!text || !*text) {
+    if (text.empty()) {
         m_text += L" />\n";
         return;
     }

@@ -29,16 +29,17 @@ struct Document {
 // UTF-8 would replace
 bool Split(const wchar_t* text, Document& document);
 
-// Appends text (up to its first NUL) as element content, escaped as the XML printer escapes it;
-// characters without a UTF-8 form become U+FFFD, as they do in a printed document
-void AppendText(std::wstring& out, const wchar_t* text);
+// Appends text as element content, escaped as the XML printer escapes it; characters without a
+// UTF-8 form become U+FFFD, as they do in a printed document
+void AppendText(std::wstring& out, std::wstring_view text);
 
 // Writes a flat document as the cursor's GetDoc prints it: two spaces of indentation, an empty
 // element as "<name />", a line end after every element
 class Writer {
 public:
     explicit Writer(const wchar_t* root);
-    void Add(const wchar_t* name, const wchar_t* text);
+    // A child; empty text makes an empty element
+    void Add(std::wstring_view name, std::wstring_view text);
     // The finished document (the writer is spent)
     std::wstring Finish();
 

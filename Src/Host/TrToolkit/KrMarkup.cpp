@@ -1,8 +1,10 @@
 #include "KrMarkup.h"
 
 #include <pugixml.hpp>
+#include <cstring>
 #include <cwchar>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -32,6 +34,10 @@ struct KrMarkup::Impl {
     pugi::xml_node parent;  // the level FindElem searches
     pugi::xml_node element; // current element, null before the first
     pugi::xml_node child;   // current child, null before the first
+    // Conversions of names and texts on their way in and out reuse these, so that a long run of
+    // small edits or reads allocates nothing per element
+    std::string narrow[2];
+    std::wstring wide[2];
 
     pugi::xml_document& Doc() const { return parsed->doc; }
     void Reset()
@@ -62,6 +68,34 @@ namespace {
 const unsigned kParseFlags = (pugi::parse_default & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) | pugi::parse_ws_pcdata_single;
 
 std::string Utf8(const wchar_t* text) { return text ? BsxUnicodeString::ToUtf8(text, std::wcslen(text)) : std::string(); }
+
+// Text as UTF-8 in buffer; plain ASCII is copied as it is
+const char* Narrow(std::wstring_view text, std::string& buffer)
+{
+    buffer.clear();
+    for (const wchar_t c : text) {
+        if (c < 0 || c >= 0x80) {
+            buffer = BsxUnicodeString::ToUtf8(text.data(), text.size());
+            break;
+        }
+        buffer += static_cast<char>(c);
+    }
+    return buffer.c_str();
+}
+
+// UTF-8 text as wide characters in buffer; plain ASCII is copied as it is
+std::wstring_view Widen(const char* text, std::wstring& buffer)
+{
+    buffer.clear();
+    for (const char* p = text; *p; ++p) {
+        if (static_cast<unsigned char>(*p) >= 0x80) {
+            buffer = BsxUnicodeString::FromUtf8(text, std::strlen(text)).Str();
+            break;
+        }
+        buffer += static_cast<wchar_t>(*p);
+    }
+    return buffer;
+}
 
 // Collects printed XML straight into a string
 struct StringWriter : pugi::xml_writer {
@@ -159,6 +193,27 @@ pugi::xml_node NodeAt(pugi::xml_node node, const std::vector<size_t>& path)
         for (size_t i = 0; i < index && node; ++i) node = node.next_sibling();
     }
     return node;
+}
+
+// An element whose children are simple elements without attributes (a style, say) printed as
+// Serialize prints it, straight into wide text; false, and nothing written, for any other
+bool SerializeFlat(const pugi::xml_node& node, std::wstring (&wide)[2], BsxUnicodeString& out)
+{
+    if (node.first_attribute()) return false;
+    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
+        if (c.type() != pugi::node_element || c.first_attribute()) return false;
+        const pugi::xml_node text = c.first_child();
+        // An empty text node would print as an open and a close tag, which the flat writer
+        // keeps for elements with text
+        if (text && (text.type() != pugi::node_pcdata || text.next_sibling() || !*text.value())) return false;
+    }
+    FlatXml::Writer writer(std::wstring(Widen(node.name(), wide[0])).c_str());
+    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
+        writer.Add(Widen(c.name(), wide[0]), Widen(c.child_value(), wide[1]));
+    std::wstring text = writer.Finish();
+    text.pop_back();
+    out = BsxUnicodeString(std::move(text));
+    return true;
 }
 
 BsxUnicodeString Serialize(const pugi::xml_node& node)
@@ -275,6 +330,8 @@ BsxUnicodeString KrMarkup::GetChildData() const { return Wide(m_impl->child.text
 BsxUnicodeString KrMarkup::GetChildSubDoc() const
 {
     if (!m_impl->child) return BsxUnicodeString();
+    BsxUnicodeString flat;
+    if (SerializeFlat(m_impl->child, m_impl->wide, flat)) return flat;
     return Serialize(m_impl->child);
 }
 
@@ -319,9 +376,9 @@ pugi::xml_node KrMarkup::Impl::Insert(const char* name, const pugi::xml_node* so
 bool KrMarkup::AddElem(const wchar_t* name, const wchar_t* text, bool insertBefore, bool asChild)
 {
     if (!name || !*name) return false;
-    pugi::xml_node added = m_impl->Insert(Utf8(name).c_str(), nullptr, insertBefore, asChild);
+    pugi::xml_node added = m_impl->Insert(Narrow(name, m_impl->narrow[0]), nullptr, insertBefore, asChild);
     if (!added) return false;
-    if (text && *text) added.text().set(Utf8(text).c_str());
+    if (text && *text) added.text().set(Narrow(text, m_impl->narrow[1]));
     return true;
 }
 
@@ -331,13 +388,13 @@ bool KrMarkup::AddSubDoc(const wchar_t* xml, bool insertBefore, bool asChild)
     // A flat fragment (a style, say) is built in place; any other goes through the parser
     FlatXml::Document flat;
     if (FlatXml::Split(xml, flat)) {
-        const auto utf8 = [](std::wstring_view text) { return BsxUnicodeString::ToUtf8(text.data(), text.size()); };
-        pugi::xml_node added = m_impl->Insert(utf8(flat.root).c_str(), nullptr, insertBefore, asChild);
+        std::string(&utf8)[2] = m_impl->narrow;
+        pugi::xml_node added = m_impl->Insert(Narrow(flat.root, utf8[0]), nullptr, insertBefore, asChild);
         if (!added) return false;
-        if (!flat.rootText.empty()) added.append_child(pugi::node_pcdata).set_value(utf8(flat.rootText).c_str());
+        if (!flat.rootText.empty()) added.append_child(pugi::node_pcdata).set_value(Narrow(flat.rootText, utf8[1]));
         for (const FlatXml::Element& element : flat.children) {
-            pugi::xml_node child = added.append_child(utf8(element.name).c_str());
-            if (!element.text.empty()) child.append_child(pugi::node_pcdata).set_value(utf8(element.text).c_str());
+            pugi::xml_node child = added.append_child(Narrow(element.name, utf8[0]));
+            if (!element.text.empty()) child.append_child(pugi::node_pcdata).set_value(Narrow(element.text, utf8[1]));
         }
         return true;
     }

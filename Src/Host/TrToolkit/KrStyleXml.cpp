@@ -3,30 +3,45 @@
 #include <cerrno>
 #include <charconv>
 #include <cwchar>
+#include <cwctype>
+#include <string>
 
 namespace KRN {
 namespace StyleXml {
 
-BSX::BsxUnicodeString Real(double value)
+size_t WriteReal(double value, wchar_t* out)
 {
     // The general format with a precision is "%.17g", without the C library's locale and
     // format parsing
-    char buf[32];
+    char buf[kRealChars];
     const std::to_chars_result r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 17);
-    return BSX::BsxUnicodeString(std::wstring(buf, r.ptr));
+    const size_t n = static_cast<size_t>(r.ptr - buf);
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<wchar_t>(buf[i]);
+    return n;
 }
 
-BSX::BsxUnicodeString Color(const KrColorValue3D& c)
+size_t WriteColor(const KrColorValue3D& c, wchar_t* out)
 {
-    return Real(c.r) + L"," + Real(c.g) + L"," + Real(c.b) + L"," + Real(c.a);
+    size_t n = WriteReal(c.r, out);
+    for (double part : {c.g, c.b, c.a}) {
+        out[n++] = L',';
+        n += WriteReal(part, out + n);
+    }
+    return n;
 }
 
 namespace {
+// The text the C library would see: up to the first NUL
+std::wstring_view UpToNul(std::wstring_view text)
+{
+    const size_t nul = text.find(L'\0');
+    return nul == std::wstring_view::npos ? text : text.substr(0, nul);
+}
+
 // A plain decimal ("-12.5", "3e-7") as narrow characters; false for anything else (signs other
 // than a leading minus, white space, hexadecimal, infinities and NaNs), which wcstod reads
-bool PlainDecimal(const BSX::BsxUnicodeString& text, char* out, size_t capacity, size_t& length)
+bool PlainDecimal(std::wstring_view s, char* out, size_t capacity, size_t& length)
 {
-    const std::wstring& s = text.Str();
     if (s.empty() || s.size() >= capacity) return false;
     for (size_t i = 0; i < s.size(); ++i) {
         const wchar_t c = s[i];
@@ -40,7 +55,7 @@ bool PlainDecimal(const BSX::BsxUnicodeString& text, char* out, size_t capacity,
 }
 } // namespace
 
-bool ParseReal(const BSX::BsxUnicodeString& text, double& value)
+bool ParseReal(std::wstring_view text, double& value)
 {
     // The common case, read exactly as wcstod reads it (both round correctly)
     char narrow[64];
@@ -53,7 +68,8 @@ bool ParseReal(const BSX::BsxUnicodeString& text, double& value)
             return true;
         }
     }
-    const wchar_t* p = text.Cstr();
+    const std::wstring s(UpToNul(text));
+    const wchar_t* p = s.c_str();
     wchar_t* end = nullptr;
     double v = std::wcstod(p, &end);
     if (end == p) return false;
@@ -63,9 +79,10 @@ bool ParseReal(const BSX::BsxUnicodeString& text, double& value)
     return true;
 }
 
-bool ParseInt(const BSX::BsxUnicodeString& text, long long& value)
+bool ParseInt(std::wstring_view text, long long& value)
 {
-    const wchar_t* p = text.Cstr();
+    const std::wstring s(UpToNul(text));
+    const wchar_t* p = s.c_str();
     wchar_t* end = nullptr;
     errno = 0;
     long long v = std::wcstoll(p, &end, 10);
@@ -74,18 +91,31 @@ bool ParseInt(const BSX::BsxUnicodeString& text, long long& value)
     return true;
 }
 
-bool ParseColor(const BSX::BsxUnicodeString& text, KrColorValue3D& c)
+bool ParseColor(std::wstring_view text, KrColorValue3D& c)
 {
     double parts[4];
-    int start = 0;
+    size_t start = 0;
     for (int i = 0; i < 4; ++i) {
-        int comma = text.Find(L',', start);
-        if ((i < 3) != (comma >= 0)) return false;
-        BSX::BsxUnicodeString piece = i < 3 ? text.Mid(start, comma - start) : text.Mid(start);
+        const size_t comma = start <= text.size() ? text.find(L',', start) : std::wstring_view::npos;
+        if ((i < 3) != (comma != std::wstring_view::npos)) return false;
+        const std::wstring_view piece = start >= text.size() ? std::wstring_view()
+                                        : i < 3                ? text.substr(start, comma - start)
+                                                               : text.substr(start);
         if (!ParseReal(piece, parts[i])) return false;
         start = comma + 1;
     }
     c = KrColorValue3D(parts[0], parts[1], parts[2], parts[3]);
+    return true;
+}
+
+bool ParseBool(std::wstring_view text)
+{
+    // As a case-blind comparison of C strings: the text ends at its first NUL
+    const std::wstring_view word = L"TRUE";
+    text = UpToNul(text);
+    if (text.size() != word.size()) return false;
+    for (size_t i = 0; i < word.size(); ++i)
+        if (std::towlower(static_cast<wint_t>(text[i])) != std::towlower(static_cast<wint_t>(word[i]))) return false;
     return true;
 }
 
