@@ -1,6 +1,8 @@
 #pragma once
 // Range (class-break) theme: ordered break values cut a numeric expression into consecutive
 // ranges, each with its own item; classifications fill the breaks from the data.
+#include <vector>
+
 #include "BsxArray.h"
 #include "BsxUnicodeString.h"
 #include "BsxVariant.h"
@@ -137,9 +139,6 @@ protected:
     void ClassifyWithCustomInterval(double interval, double max, double min);
     void ClassifyWithCustomIntervalNew(double interval, double max, double min);
     ///@}
-    /// The step of both fixed-width walks: a zero width or data range adds the single break min
-    /// and answers 0; a negative or NaN width answers 0 and adds nothing
-    double FixedWidth(double interval, double max, double min, const KrTheme3DItem& item);
     /// Adds the given quantile breaks for count classes of valueCount values
     void ClassifyWithQuantileNew(int count, int valueCount, BSX::BsxArray<double> breaks);
     /// Adds breaks one standard deviation apart, centred half a deviation either side of the mean
@@ -179,6 +178,8 @@ private:
     /// Appends a classification break; breaks that are not finite numbers bound no range and
     /// are left out
     void AddBreak(double value, const KrTheme3DItem& item);
+    /// Appends the breaks of a classifier's walk in their order, each with a default item
+    void AddBreaks(const std::vector<double>& breaks);
     BSX::BsxUnicodeString RangeText(int index) const;
 
     mutable BreakOrder m_order;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <vector>
 
 #include "KrLogFile.h"
 #include "KrTheme3DRange.h"
@@ -37,12 +38,86 @@ int ClampClasses(int count)
 // above zero this is the plain square root.
 double SignedRoot(double x) { return std::copysign(std::sqrt(std::fabs(x)), x); }
 double SignedSquare(double y) { return std::copysign(y * y, y); }
+double Same(double x) { return x; }
+double Log10(double x) { return std::log10(x); }
+double Exp10(double y) { return std::pow(kLogBase, y); }
+
+// A scale that the count-based classifications cut into steps of equal width: the breaks are
+// inverse(low + i * step) with low = forward(min).
+struct Scale {
+    double (*forward)(double);
+    double (*inverse)(double);
+    // A minimum counting as zero is the scale's origin 0 (so the logarithmic scale starts at
+    // 10^0 = 1), and data counting as zero at both ends makes a flat scale, whose logarithms
+    // would not be numbers
+    bool zeroOrigin;
+};
+constexpr Scale kLinear{Same, Same, false};
+constexpr Scale kSquareRoot{SignedRoot, SignedSquare, false};
+constexpr Scale kLogarithm{Log10, Exp10, true};
+
+// Where the two generations of classifiers put their breaks for n classes. The older one
+// divides the scale into n - 2 steps and runs i = 0 .. n - 2, so the lowest value and max are
+// breaks themselves; the newer one divides it into n steps and runs i = 1 .. n - 1, the interior
+// breaks only. Their fixed-width walks differ the same way: the older starts at min and ends at
+// the first break at or past max, the newer starts one width up and ends one width earlier.
+struct Generation {
+    int first;          // index of the first break
+    int lastBelowN;     // the last break's index is n - lastBelowN
+    int stepsBelowN;    // the scale is cut into n - stepsBelowN steps; none leaves the step 0
+    bool stopWidthEarly; // the fixed-width walk ends at max - width instead of max
+};
+constexpr Generation kOlder{0, 2, 2, false};
+constexpr Generation kNewer{1, 1, 0, true};
+
+// Breaks of count classes on a scale, in ascending order of i
+std::vector<double> ScaleBreaks(const Scale& scale, const Generation& generation, int count, double max, double min)
+{
+    const int n = ClampClasses(count);
+    // Fewer than two classes make no break in either generation
+    if (n < 2) return {};
+    const bool zeroMin = scale.zeroOrigin && IsZero(min);
+    const double low = zeroMin ? 0.0 : scale.forward(min);
+    const double span = zeroMin && IsZero(max) ? 0.0 : scale.forward(max) - low;
+    const int steps = n - generation.stepsBelowN;
+    const double step = steps > 0 ? span / steps : 0.0;
+    std::vector<double> breaks;
+    breaks.reserve(static_cast<std::size_t>(n));
+    for (int i = generation.first; i <= n - generation.lastBelowN; ++i) breaks.push_back(scale.inverse(low + i * step));
+    return breaks;
+}
+
+// Breaks of the fixed-width walk. A zero width or data range, or more classes than the limit,
+// gives the single break min. A negative or NaN width would walk away from max for ever and gives
+// none. The walk is also held to the class limit, since min + i*s can stall where s is below
+// min's precision.
+std::vector<double> WidthBreaks(const Generation& generation, double interval, double max, double min)
+{
+    const double range = max - min;
+    const double s = IsZero(range) ? 0.0 : interval;
+    if (IsZero(s) || range / s > kMaxClassesReal) return {min};
+    const double end = generation.stopWidthEarly ? max - s : max;
+    if (!(s > 0.0) || !(end > min)) return {};
+    std::vector<double> breaks;
+    for (int i = generation.first; i <= KrTheme3DRange::kMaxClasses + 1; ++i) {
+        const double b = min + i * s;
+        breaks.push_back(b);
+        if (!(b < end)) break;
+    }
+    return breaks;
+}
 
 } // namespace
 
 void KrTheme3DRange::AddBreak(double value, const KrTheme3DItem& item)
 {
     if (std::isfinite(value)) Add(value, item);
+}
+
+void KrTheme3DRange::AddBreaks(const std::vector<double>& breaks)
+{
+    const KrTheme3DItem item;
+    for (double b : breaks) AddBreak(b, item);
 }
 
 bool KrTheme3DRange::MakeDefault(int method, int count, const BsxArray<double>& values, BsxArray<double> quantileBreaks,
@@ -84,114 +159,54 @@ BsxArray<double> KrTheme3DRange::QuantileBreaks(const BsxArray<double>& values, 
     return breaks;
 }
 
-// Newer generation: n classes over [min, max] -------------------------------------------
+// Both generations: one walk per scale --------------------------------------------------
 
 void KrTheme3DRange::ClassifyWithEqualDistanceNew(int count, double max, double min)
 {
-    const int n = ClampClasses(count);
-    if (n < 2) return;
-    const KrTheme3DItem item;
-    const double step = (max - min) / n;
-    for (int i = 1; i < n; ++i) AddBreak(min + i * step, item);
+    AddBreaks(ScaleBreaks(kLinear, kNewer, count, max, min));
 }
 
 void KrTheme3DRange::ClassifyWithExtractionNew(int count, double max, double min)
 {
-    const int n = ClampClasses(count);
-    if (n < 2) return;
-    const KrTheme3DItem item;
-    const double low = SignedRoot(min);
-    const double step = (SignedRoot(max) - low) / n;
-    for (int i = 1; i < n; ++i) AddBreak(SignedSquare(low + i * step), item);
+    AddBreaks(ScaleBreaks(kSquareRoot, kNewer, count, max, min));
 }
 
 // Logarithms of negative data are not numbers; AddBreak leaves such breaks out, so a scale
 // over data below zero (other than a minimum counting as zero) makes no ranges.
 void KrTheme3DRange::ClassifyWithLogarithmNew(int count, double max, double min)
 {
-    const int n = ClampClasses(count);
-    if (n < 2) return;
-    const KrTheme3DItem item;
-    const bool zeroMin = IsZero(min);
-    const double low = zeroMin ? 0.0 : std::log10(min);
-    double step = 0.0;
-    if (!zeroMin) step = (std::log10(max) - std::log10(min)) / n;
-    else if (!IsZero(max)) step = std::log10(max) / n;
-    for (int i = 1; i < n; ++i) AddBreak(std::pow(kLogBase, low + i * step), item);
+    AddBreaks(ScaleBreaks(kLogarithm, kNewer, count, max, min));
 }
 
-double KrTheme3DRange::FixedWidth(double interval, double max, double min, const KrTheme3DItem& item)
-{
-    const double range = max - min;
-    const double s = IsZero(range) ? 0.0 : interval;
-    if (IsZero(s) || range / s > kMaxClassesReal) {
-        AddBreak(min, item);
-        return 0.0;
-    }
-    return s > 0.0 ? s : 0.0;
-}
-
-// A negative or NaN width would walk away from max for ever; it makes no ranges. The walk is
-// also held to the class limit, since min + i*s can stall where s is below min's precision.
 void KrTheme3DRange::ClassifyWithCustomIntervalNew(double interval, double max, double min)
 {
-    const KrTheme3DItem item;
-    const double s = FixedWidth(interval, max, min, item);
-    if (!(s > 0.0) || !(max - s > min)) return;
-    const double last = max - s;
-    for (int i = 1; i <= kMaxClasses + 1; ++i) {
-        const double b = min + i * s;
-        AddBreak(b, item);
-        if (!(b < last)) break;
-    }
+    AddBreaks(WidthBreaks(kNewer, interval, max, min));
+}
+
+void KrTheme3DRange::ClassifyWithEqualDistance(int count, double max, double min)
+{
+    AddBreaks(ScaleBreaks(kLinear, kOlder, count, max, min));
+}
+
+void KrTheme3DRange::ClassifyWithExtraction(int count, double max, double min)
+{
+    AddBreaks(ScaleBreaks(kSquareRoot, kOlder, count, max, min));
+}
+
+void KrTheme3DRange::ClassifyWithLogarithm(int count, double max, double min)
+{
+    AddBreaks(ScaleBreaks(kLogarithm, kOlder, count, max, min));
+}
+
+void KrTheme3DRange::ClassifyWithCustomInterval(double interval, double max, double min)
+{
+    AddBreaks(WidthBreaks(kOlder, interval, max, min));
 }
 
 void KrTheme3DRange::ClassifyWithQuantileNew(int, int, BsxArray<double> breaks)
 {
     const KrTheme3DItem item;
     for (double b : breaks) AddBreak(b, item);
-}
-
-// Older generation: breaks from the lowest value up to max --------------------------------
-
-void KrTheme3DRange::ClassifyWithEqualDistance(int count, double max, double min)
-{
-    const int n = ClampClasses(count);
-    const KrTheme3DItem item;
-    const double step = n > 2 ? (max - min) / (n - 2) : 0.0;
-    for (int i = 0; i <= n - 2; ++i) AddBreak(min + i * step, item);
-}
-
-void KrTheme3DRange::ClassifyWithExtraction(int count, double max, double min)
-{
-    const int n = ClampClasses(count);
-    const KrTheme3DItem item;
-    const double low = SignedRoot(min);
-    const double step = n > 2 ? (SignedRoot(max) - low) / (n - 2) : 0.0;
-    for (int i = 0; i <= n - 2; ++i) AddBreak(SignedSquare(low + i * step), item);
-}
-
-void KrTheme3DRange::ClassifyWithLogarithm(int count, double max, double min)
-{
-    const int n = ClampClasses(count);
-    const KrTheme3DItem item;
-    const bool zeroMin = IsZero(min);
-    const double low = zeroMin ? 0.0 : std::log10(min);
-    double step = 0.0;
-    if (n > 2 && !(zeroMin && IsZero(max))) step = (std::log10(max) - low) / (n - 2);
-    for (int i = 0; i <= n - 2; ++i) AddBreak(std::pow(kLogBase, low + i * step), item);
-}
-
-void KrTheme3DRange::ClassifyWithCustomInterval(double interval, double max, double min)
-{
-    const KrTheme3DItem item;
-    const double s = FixedWidth(interval, max, min, item);
-    if (!(s > 0.0) || !(max > min)) return;
-    for (int i = 0; i <= kMaxClasses + 1; ++i) {
-        const double b = min + i * s;
-        AddBreak(b, item);
-        if (!(b < max)) break;
-    }
 }
 
 // Standard deviation ----------------------------------------------------------------
