@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <unordered_map>
 
 #include "DemoJson.h"
 
@@ -59,7 +60,6 @@ void GltfAxes(double x, double y, double z, double out[3])
     out[2] = -y;
 }
 
-constexpr int kUnsignedInt = 5125;
 constexpr int kElementArrayBuffer = 34963;
 constexpr int kModeLines = 1;
 
@@ -122,16 +122,17 @@ public:
     }
 };
 
-// Packs a vertex attribute a block of vertices at a time into a small buffer and hands each
-// block on, so that the file is written without a packed copy of the whole scene
+// Packs a vertex attribute of the vertices a primitive uses, a block at a time, into a small
+// buffer and hands each block on, so that the file is written without a packed copy of the scene
 template <typename T, size_t N, typename Fill>
-void Stream(const std::vector<DemoVertex>& vertices, const Sink& sink, Fill fill)
+void Stream(const std::vector<DemoVertex>& vertices, const std::vector<std::uint32_t>& used, const Sink& sink,
+            Fill fill)
 {
     constexpr size_t kBlock = 4096;
     std::array<T, kBlock * N> block;
-    for (size_t first = 0; first < vertices.size(); first += kBlock) {
-        const size_t count = std::min(kBlock, vertices.size() - first);
-        for (size_t i = 0; i < count; ++i) fill(vertices[first + i], &block[i * N]);
+    for (size_t first = 0; first < used.size(); first += kBlock) {
+        const size_t count = std::min(kBlock, used.size() - first);
+        for (size_t i = 0; i < count; ++i) fill(vertices[used[first + i]], &block[i * N]);
         sink(block.data(), count * N * sizeof(T));
     }
 }
@@ -143,60 +144,170 @@ void Position(const DemoVertex& v, const double centre[3], float out[3])
     for (int k = 0; k < 3; ++k) out[k] = static_cast<float>(pos[k] - centre[k]);
 }
 
-// One primitive over a vertex list and its indices: positions (with their exact bounds), linear
-// colours, feature ids when the scene has a feature table
-void AddPrimitive(Builder& b, DemoJson& primitives, const std::vector<DemoVertex>& vertices,
-                  const std::vector<std::uint32_t>& indices, const double centre[3], bool featureIds, int material,
-                  int mode)
+std::uint32_t ColourKey(const std::array<std::uint8_t, 4>& c)
 {
-    float lo[3], hi[3];
-    for (int k = 0; k < 3; ++k) lo[k] = std::numeric_limits<float>::max(), hi[k] = -lo[k];
-    for (const DemoVertex& v : vertices) {
-        float p[3];
-        Position(v, centre, p);
-        for (int k = 0; k < 3; ++k) lo[k] = std::min(lo[k], p[k]), hi[k] = std::max(hi[k], p[k]);
-    }
-    const double origin[3] = {centre[0], centre[1], centre[2]};
-    const size_t n = vertices.size();
-    const int pv = b.AddView(n * 12, kArrayBuffer, [&vertices, origin](const Sink& sink) {
-        Stream<float, 3>(vertices, sink, [&origin](const DemoVertex& v, float* out) { Position(v, origin, out); });
-    });
-    const int cv = b.AddView(n * 8, kArrayBuffer, [&vertices](const Sink& sink) {
-        Stream<std::uint16_t, 4>(vertices, sink, [](const DemoVertex& v, std::uint16_t* out) {
-            for (size_t k = 0; k < 3; ++k) out[k] = LinearChannel(v.rgba[k]);
-            out[3] = static_cast<std::uint16_t>(v.rgba[3] * 257);
-        });
-    });
-    const int pa = b.AddAccessor(pv, kFloat, false, n, "VEC3", lo, hi);
-    const int ca = b.AddAccessor(cv, kUnsignedShort, true, n, "VEC4");
-    int fa = -1;
-    if (featureIds) {
-        // Float ids are exact up to 2^24 features
-        const int fv = b.AddView(n * 4, kArrayBuffer, [&vertices](const Sink& sink) {
-            Stream<float, 1>(vertices, sink, [](const DemoVertex& v, float* out) { out[0] = static_cast<float>(v.feature); });
-        });
-        fa = b.AddAccessor(fv, kFloat, false, n, "SCALAR");
-    }
-    const int iv = b.AddView(indices.size() * 4, kElementArrayBuffer,
-                             [&indices](const Sink& sink) { sink(indices.data(), indices.size() * 4); });
-    const int ia = b.AddAccessor(iv, kUnsignedInt, false, indices.size(), "SCALAR");
+    return c[0] | (c[1] << 8) | (c[2] << 16) | (static_cast<std::uint32_t>(c[3]) << 24);
+}
 
+// A layer rarely has more colours than classes; past this many, one primitive with a colour per
+// vertex costs less than a draw call per colour
+constexpr size_t kMaxMaterials = 256;
+// Indices of a primitive run from 0 to 65534: 65535 is the primitive restart value of WebGL 2,
+// which glTF forbids in indices
+constexpr size_t kChunkVertices = 65535;
+
+// Part of a primitive kind (triangles or segments) in one colour, small enough for 16-bit
+// indices: the scene vertices it uses in order, its elements as indices into them, the bounds
+// of its positions and the number of distinct features it shows
+struct Chunk {
+    std::uint32_t group = 0;
+    std::vector<std::uint32_t> used;
+    std::vector<std::uint16_t> indices;
+    float lo[3], hi[3];
+    size_t features = 0;
+};
+
+// The scene's elements of per corners each, grouped by colour (one group when there are more
+// colours than materials, then the vertices keep their colours) and cut into chunks
+struct Split {
+    std::vector<std::uint32_t> colours;
+    bool vertexColours = false;
+    std::vector<Chunk> chunks;
+
+    Split(const std::vector<DemoVertex>& vertices, const std::vector<std::uint32_t>& indices, size_t per,
+          const double centre[3], size_t featureCount)
+    {
+        const size_t elements = indices.size() / per;
+        // The corners of an element share its colour: the first one's stands for it
+        std::vector<std::uint32_t> groupOf(elements);
+        std::unordered_map<std::uint32_t, std::uint32_t> known;
+        std::uint32_t lastKey = 0, lastGroup = 0;
+        for (size_t e = 0; e < elements; ++e) {
+            const std::uint32_t key = ColourKey(vertices[indices[e * per]].rgba);
+            if (e == 0 || key != lastKey) {
+                const auto found = known.emplace(key, static_cast<std::uint32_t>(colours.size()));
+                if (found.second) colours.push_back(key);
+                lastKey = key, lastGroup = found.first->second;
+            }
+            groupOf[e] = lastGroup;
+        }
+        vertexColours = colours.size() > kMaxMaterials;
+        if (vertexColours) std::fill(groupOf.begin(), groupOf.end(), 0);
+        const size_t groups = vertexColours ? 1 : colours.size();
+        // Elements in group order, each group in scene order
+        std::vector<std::uint32_t> start(groups + 1, 0), order(elements);
+        for (std::uint32_t g : groupOf) ++start[g + 1];
+        for (size_t g = 0; g < groups; ++g) start[g + 1] += start[g];
+        {
+            std::vector<std::uint32_t> next(start.begin(), start.end() - 1);
+            for (size_t e = 0; e < elements; ++e) order[next[groupOf[e]]++] = static_cast<std::uint32_t>(e);
+        }
+        groupOf = std::vector<std::uint32_t>();
+        // stamp tells which chunk a vertex was last taken into, local its index there
+        std::vector<std::uint32_t> stamp(vertices.size(), 0), local(vertices.size(), 0);
+        std::vector<std::uint32_t> featureStamp(featureCount, 0);
+        for (size_t g = 0; g < groups; ++g) {
+            Chunk* chunk = nullptr;
+            for (std::uint32_t i = start[g]; i < start[g + 1]; ++i) {
+                if (!chunk || chunk->used.size() + per > kChunkVertices) {
+                    chunks.emplace_back();
+                    chunk = &chunks.back();
+                    chunk->group = static_cast<std::uint32_t>(g);
+                    for (int k = 0; k < 3; ++k) chunk->lo[k] = std::numeric_limits<float>::max(), chunk->hi[k] = -chunk->lo[k];
+                }
+                const std::uint32_t id = static_cast<std::uint32_t>(chunks.size());
+                for (size_t k = 0; k < per; ++k) {
+                    const std::uint32_t v = indices[order[i] * per + k];
+                    if (stamp[v] != id) {
+                        stamp[v] = id;
+                        local[v] = static_cast<std::uint32_t>(chunk->used.size());
+                        chunk->used.push_back(v);
+                        float p[3];
+                        Position(vertices[v], centre, p);
+                        for (int c = 0; c < 3; ++c) chunk->lo[c] = std::min(chunk->lo[c], p[c]), chunk->hi[c] = std::max(chunk->hi[c], p[c]);
+                        const std::uint32_t feature = vertices[v].feature;
+                        if (feature < featureCount && featureStamp[feature] != id) featureStamp[feature] = id, ++chunk->features;
+                    }
+                    chunk->indices.push_back(static_cast<std::uint16_t>(local[v]));
+                }
+            }
+        }
+    }
+};
+
+// The primitive of one chunk: positions (with their exact bounds), feature ids when the scene has
+// a feature table, linear colours when its split keeps colours per vertex
+void AddPrimitive(Builder& b, DemoJson& primitives, const std::vector<DemoVertex>& vertices, const Chunk& chunk,
+                  const double centre[3], bool featureIds, bool vertexColours, int material, int mode)
+{
+    const double origin[3] = {centre[0], centre[1], centre[2]};
+    const std::vector<std::uint32_t>& used = chunk.used;
+    const size_t n = used.size();
+    const int pv = b.AddView(n * 12, kArrayBuffer, [&vertices, &used, origin](const Sink& sink) {
+        Stream<float, 3>(vertices, used, sink, [&origin](const DemoVertex& v, float* out) { Position(v, origin, out); });
+    });
+    const int pa = b.AddAccessor(pv, kFloat, false, n, "VEC3", chunk.lo, chunk.hi);
     primitives.BeginObject().Key("attributes").BeginObject().Key("POSITION").Integer(pa);
-    primitives.Key("COLOR_0").Integer(ca);
-    if (featureIds) primitives.Key("_FEATURE_ID_0").Integer(fa);
+    if (vertexColours) {
+        const int cv = b.AddView(n * 8, kArrayBuffer, [&vertices, &used](const Sink& sink) {
+            Stream<std::uint16_t, 4>(vertices, used, sink, [](const DemoVertex& v, std::uint16_t* out) {
+                for (size_t k = 0; k < 3; ++k) out[k] = LinearChannel(v.rgba[k]);
+                out[3] = static_cast<std::uint16_t>(v.rgba[3] * 257);
+            });
+        });
+        primitives.Key("COLOR_0").Integer(b.AddAccessor(cv, kUnsignedShort, true, n, "VEC4"));
+    }
+    if (featureIds) {
+        // Float ids are exact up to 2^24 features; a 16-bit id would take as much room, since
+        // every element of a vertex attribute starts on 4 bytes
+        const int fv = b.AddView(n * 4, kArrayBuffer, [&vertices, &used](const Sink& sink) {
+            Stream<float, 1>(vertices, used, sink, [](const DemoVertex& v, float* out) { out[0] = static_cast<float>(v.feature); });
+        });
+        primitives.Key("_FEATURE_ID_0").Integer(b.AddAccessor(fv, kFloat, false, n, "SCALAR"));
+    }
+    const std::vector<std::uint16_t>& indices = chunk.indices;
+    const int iv = b.AddView(indices.size() * 2, kElementArrayBuffer,
+                             [&indices](const Sink& sink) { sink(indices.data(), indices.size() * 2); });
+    const int ia = b.AddAccessor(iv, kUnsignedShort, false, indices.size(), "SCALAR");
     primitives.EndObject().Key("indices").Integer(ia).Key("material").Integer(material).Key("mode").Integer(mode);
     if (featureIds) {
-        std::vector<std::uint32_t> distinct;
-        distinct.reserve(n);
-        for (const DemoVertex& v : vertices) distinct.push_back(v.feature);
-        std::sort(distinct.begin(), distinct.end());
-        const auto unique = std::unique(distinct.begin(), distinct.end()) - distinct.begin();
         primitives.Key("extensions").BeginObject().Key("EXT_mesh_features").BeginObject();
-        primitives.Key("featureIds").BeginArray().BeginObject().Key("featureCount").Integer(unique);
+        primitives.Key("featureIds").BeginArray().BeginObject().Key("featureCount").Integer(static_cast<long long>(chunk.features));
         primitives.Key("attribute").Integer(0).Key("propertyTable").Integer(0).EndObject().EndArray();
         primitives.EndObject().EndObject();
     }
     primitives.EndObject();
+}
+
+// The materials of a split: one per colour, or a white one that the vertex colours tint
+void AddMaterials(DemoJson& materials, const Split& split, const char* name, bool doubleSided)
+{
+    // Unlit: the map shows the legend's colours whatever the light; the PBR values are the
+    // fallback of viewers without the extension
+    auto material = [&](const double rgba[4]) {
+        materials.BeginObject().Key("name").String(name).Key("pbrMetallicRoughness").BeginObject();
+        materials.Key("baseColorFactor").BeginArray();
+        for (int k = 0; k < 4; ++k) materials.Number(rgba[k]);
+        materials.EndArray().Key("metallicFactor").Integer(0).Key("roughnessFactor").Integer(1).EndObject();
+        materials.Key("extensions").BeginObject().Key("KHR_materials_unlit").BeginObject().EndObject().EndObject();
+        if (doubleSided) materials.Key("doubleSided").Bool(true);
+        materials.EndObject();
+    };
+    if (split.vertexColours) {
+        const double white[4] = {1.0, 1.0, 1.0, 1.0};
+        material(white);
+        return;
+    }
+    for (std::uint32_t key : split.colours) {
+        // Legends give screen (sRGB) colours, glTF factors are linear
+        double rgba[4];
+        for (int k = 0; k < 3; ++k) {
+            const double c = static_cast<double>((key >> (8 * k)) & 0xFF) / 255.0;
+            rgba[k] = c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+        }
+        rgba[3] = static_cast<double>(key >> 24) / 255.0;
+        material(rgba);
+    }
 }
 
 // The feature table: one row per feature id, holding the feature's name
@@ -245,17 +356,34 @@ bool DemoGlbWriter::Stream(const DemoScene& scene, const Sink& sink)
         for (int k = 0; k < 3; ++k) centre[k] = (lo[k] + hi[k]) * 0.5;
     }
 
-    Builder b;
-    DemoJson primitives;
-    primitives.BeginArray();
     // Every vertex names its feature when the scene has a feature table; the viewer picks by it
     const std::vector<std::string>& names = scene.GetFeatureNames();
     const bool featureIds = !names.empty();
-    if (!scene.GetIndices().empty())
-        AddPrimitive(b, primitives, scene.GetVertices(), scene.GetIndices(), centre, featureIds, 0, kModeTriangles);
-    if (!scene.GetLineIndices().empty())
-        AddPrimitive(b, primitives, scene.GetLineVertices(), scene.GetLineIndices(), centre, featureIds, 1, kModeLines);
+    // Surfaces and lines in a primitive per colour and per 65,535 vertices, so that a vertex
+    // carries only its position and feature (16 bytes) and an index takes 2 bytes. Positions stay
+    // 32-bit floats about the centre: 16-bit positions would need a node per few tens of
+    // kilometres to keep a metre of precision, and no extension is required of a viewer (the
+    // unlit material and the feature ids are optional: without them a viewer lights the colours
+    // and cannot pick)
+    const Split triangles(scene.GetVertices(), scene.GetIndices(), 3, centre, names.size());
+    const Split lines(scene.GetLineVertices(), scene.GetLineIndices(), 2, centre, names.size());
+    Builder b;
+    DemoJson primitives, materials;
+    primitives.BeginArray();
+    materials.BeginArray();
+    AddMaterials(materials, triangles, "surfaces", true);
+    const int lineMaterials = static_cast<int>(triangles.vertexColours ? 1 : triangles.colours.size());
+    AddMaterials(materials, lines, "lines", false);
+    for (const Chunk& chunk : triangles.chunks) {
+        AddPrimitive(b, primitives, scene.GetVertices(), chunk, centre, featureIds, triangles.vertexColours,
+                     static_cast<int>(chunk.group), kModeTriangles);
+    }
+    for (const Chunk& chunk : lines.chunks) {
+        AddPrimitive(b, primitives, scene.GetLineVertices(), chunk, centre, featureIds, lines.vertexColours,
+                     lineMaterials + static_cast<int>(chunk.group), kModeLines);
+    }
     primitives.EndArray();
+    materials.EndArray();
     const bool hasMesh = b.accessorCount > 0;
 
     std::string json = "{\"asset\":{\"version\":\"2.0\",\"generator\":\"t3d_demo\"},";
@@ -276,12 +404,7 @@ bool DemoGlbWriter::Stream(const DemoScene& scene, const Sink& sink)
     const size_t binSize = (b.binSize + 3) / 4 * 4;
     if (hasMesh) {
         json += ",\"mesh\":0}],\"meshes\":[{\"primitives\":" + primitives.Text() + "}],";
-        // Unlit: the map shows the legend's colours whatever the light; the PBR values are the
-        // fallback of viewers without the extension
-        const std::string unlit = "\"pbrMetallicRoughness\":{\"metallicFactor\":0,\"roughnessFactor\":1},"
-                                  "\"extensions\":{\"KHR_materials_unlit\":{}}";
-        json += "\"materials\":[{\"name\":\"surfaces\"," + unlit + ",\"doubleSided\":true},{\"name\":\"lines\"," +
-                unlit + "}],";
+        json += "\"materials\":" + materials.Text() + ",";
         b.accessors.EndArray();
         b.views.EndArray();
         json += "\"accessors\":" + b.accessors.Text() + ",\"bufferViews\":" + b.views.Text() + ",";

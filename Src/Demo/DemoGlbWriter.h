@@ -1,6 +1,6 @@
 #pragma once
-// Writes a DemoScene as a glTF 2.0 binary file (.glb): indexed triangles and line segments,
-// packed from the scene a block at a time straight into the file.
+// Writes a DemoScene as a glTF 2.0 binary file (.glb): indexed triangles and line segments in a
+// primitive per colour, packed from the scene a block at a time straight into the file.
 #include <cstdint>
 #include <functional>
 #include <string>

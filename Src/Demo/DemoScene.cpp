@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 
 #include "KrGeoCompound.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kDeg = kPi / 180.0;
+constexpr double kPieStagger = 0.004;
 
 // Twice the area of a triangle of Earth-centred corners; zero for the corners a pole collapses
 double DoubleArea(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c, double normal[3])
@@ -31,6 +33,14 @@ bool IsSeam(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
 }
 
 } // namespace
+
+size_t DemoScene::PlanarHash::operator()(const std::pair<double, double>& p) const
+{
+    std::uint64_t x = 0, y = 0;
+    std::memcpy(&x, &p.first, sizeof x);
+    std::memcpy(&y, &p.second, sizeof y);
+    return static_cast<size_t>((x * 0x9E3779B97F4A7C15ull) ^ (y + 0x7F4A7C159E3779B9ull + (x << 6) + (x >> 2)));
+}
 
 BSX::BsxPoint3D DemoScene::ToEcef(double lon, double lat, double height)
 {
@@ -69,18 +79,14 @@ std::uint32_t DemoScene::AddVertex(const BSX::BsxPoint3D& at, const std::array<s
     return static_cast<std::uint32_t>(m_vertices.size() - 1);
 }
 
-void DemoScene::AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
-                            const std::array<std::uint8_t, 4>& rgba, bool outward)
+void DemoScene::AddTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c, bool outward)
 {
+    const DemoVertex &va = m_vertices[a], &vb = m_vertices[b], &vc = m_vertices[c];
     double n[3];
-    const double len = DoubleArea(a, b, c, n);
+    const double len = DoubleArea(va.Position(), vb.Position(), vc.Position(), n);
     if (!(len > 1e-6) || !std::isfinite(len)) return;
-    bool flip = false;
-    if (outward) flip = n[0] * (a.x + b.x + c.x) + n[1] * (a.y + b.y + c.y) + n[2] * (a.z + b.z + c.z) < 0.0;
-    const std::uint32_t first = AddVertex(a, rgba);
-    AddVertex(flip ? c : b, rgba);
-    AddVertex(flip ? b : c, rgba);
-    m_indices.insert(m_indices.end(), {first, first + 1, first + 2});
+    const bool flip = outward && n[0] * (va.x + vb.x + vc.x) + n[1] * (va.y + vb.y + vc.y) + n[2] * (va.z + vb.z + vc.z) < 0.0;
+    m_indices.insert(m_indices.end(), {a, flip ? c : b, flip ? b : c});
 }
 
 void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
@@ -110,17 +116,30 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
         m_indices.insert(m_indices.end(), {base + a, base + b, base + c});
     }
     if (height <= 0.0) return;
-    // Walls along every outline (outer rings counter-clockwise, so their faces look outwards);
-    // a foot and a head vertex per outline point, shared by the wall's neighbouring quads
+    // Walls along every outline (outer rings counter-clockwise, so their faces look outwards): a
+    // foot vertex per outline point, and for head the top's own vertex at that point, so that a
+    // wall adds one vertex per point and the quads of a wall share them
+    m_topAt.clear();
+    m_topAt.reserve(mesh.vertices.size());
+    for (size_t k = 0; k < mesh.vertices.size(); ++k) m_topAt.emplace(PlanarKey(mesh.vertices[k]), base + static_cast<std::uint32_t>(k));
     for (const auto& ring : mesh.rings) {
-        const std::uint32_t first = static_cast<std::uint32_t>(m_vertices.size());
-        for (const BSX::BsxPoint3D& p : ring) {
-            AddVertex(ToEcef(p.x, p.y, bottom), rgba);
-            AddVertex(ToEcef(p.x, p.y, top), rgba);
+        m_feet.clear();
+        m_heads.clear();
+        for (size_t k = 0; k < ring.size(); ++k) {
+            const BSX::BsxPoint3D& p = ring[k];
+            if (k > 0 && k + 1 == ring.size() && p.x == ring[0].x && p.y == ring[0].y) {
+                m_feet.push_back(m_feet[0]);
+                m_heads.push_back(m_heads[0]);
+                break;
+            }
+            m_feet.push_back(AddVertex(ToEcef(p.x, p.y, bottom), rgba));
+            // An outline point the triangulation moved (where outlines cross) gets a head of its own
+            const auto known = m_topAt.find(PlanarKey(p));
+            m_heads.push_back(known != m_topAt.end() ? known->second : AddVertex(ToEcef(p.x, p.y, top), rgba));
         }
-        for (std::uint32_t k = 0; k + 1 < ring.size(); ++k) {
+        for (size_t k = 0; k + 1 < ring.size(); ++k) {
             if (IsSeam(ring[k], ring[k + 1])) continue;
-            const std::uint32_t f0 = first + 2 * k, h0 = f0 + 1, f1 = f0 + 2, h1 = f0 + 3;
+            const std::uint32_t f0 = m_feet[k], h0 = m_heads[k], f1 = m_feet[k + 1], h1 = m_heads[k + 1];
             m_indices.insert(m_indices.end(), {f0, f1, h1, f0, h1, h0});
         }
     }
@@ -172,7 +191,7 @@ void DemoScene::AddFeature(const DemoFeature& feature, const DemoMesh* mesh, con
 
 void DemoScene::AddCylinder(double lon, double lat, double base, double radiusEast, double radiusNorth,
                             double topScale, double height, double startDeg, double endDeg,
-                            const std::array<std::uint8_t, 4>& rgba, int roundSegments)
+                            const std::array<std::uint8_t, 4>& rgba, int roundSegments, bool bottom)
 {
     if (!(radiusEast > 0.0) || !(radiusNorth > 0.0) || !(height > 0.0) || !(topScale >= 0.0) ||
         !std::isfinite(radiusEast) || !std::isfinite(radiusNorth) || !std::isfinite(height) ||
@@ -197,22 +216,30 @@ void DemoScene::AddCylinder(double lon, double lat, double base, double radiusEa
                                centre.z + east[2] * ca + north[2] * sa);
     };
     const int segments = std::max(1, static_cast<int>(std::ceil(std::max(3, roundSegments) * sweep / 360.0)));
+    // The centres, then a foot and a head point per step round the rim: the top, the side and
+    // the bottom share them (unlit faces need no normals of their own). A full round closes on
+    // its first step.
+    const int steps = full ? segments : segments + 1;
+    const std::uint32_t footAt = AddVertex(foot, rgba), headAt = AddVertex(head, rgba);
+    for (int s = 0; s < steps; ++s) {
+        const double angle = startDeg + sweep * s / segments;
+        AddVertex(rim(foot, angle), rgba);
+        AddVertex(rim(head, angle), rgba);
+    }
+    auto footRim = [&](int s) { return headAt + 1 + 2 * static_cast<std::uint32_t>(s % steps); };
+    auto headRim = [&](int s) { return headAt + 2 + 2 * static_cast<std::uint32_t>(s % steps); };
     for (int s = 0; s < segments; ++s) {
-        const double a0 = startDeg + sweep * s / segments, a1 = startDeg + sweep * (s + 1) / segments;
-        const BSX::BsxPoint3D b0 = rim(foot, a0), b1 = rim(foot, a1), t0 = rim(head, a0), t1 = rim(head, a1);
-        AddTriangle(head, t0, t1, rgba, true);
-        AddTriangle(foot, b1, b0, rgba, false);
-        AddTriangle(b0, b1, t1, rgba, false);
-        AddTriangle(b0, t1, t0, rgba, false);
+        AddTriangle(headAt, headRim(s), headRim(s + 1), true);
+        if (bottom) AddTriangle(footAt, footRim(s + 1), footRim(s), false);
+        AddTriangle(footRim(s), footRim(s + 1), headRim(s + 1), false);
+        AddTriangle(footRim(s), headRim(s + 1), headRim(s), false);
     }
     if (!full) {
         // The two cut faces of a slice
-        const BSX::BsxPoint3D s0 = rim(foot, startDeg), s1 = rim(head, startDeg);
-        const BSX::BsxPoint3D e0 = rim(foot, startDeg + sweep), e1 = rim(head, startDeg + sweep);
-        AddTriangle(foot, s0, s1, rgba, false);
-        AddTriangle(foot, s1, head, rgba, false);
-        AddTriangle(foot, e1, e0, rgba, false);
-        AddTriangle(foot, head, e1, rgba, false);
+        AddTriangle(footAt, footRim(0), headRim(0), false);
+        AddTriangle(footAt, headRim(0), headAt, false);
+        AddTriangle(footAt, headRim(segments), footRim(segments), false);
+        AddTriangle(footAt, headAt, headRim(segments), false);
     }
 }
 
@@ -234,13 +261,18 @@ void DemoScene::AddChart(const KrGeometry& chart)
         const BSX::BsxPoint3D& at = c.GetCentre();
         AddCylinder(at.x + c.GetOffsetX(), at.y + c.GetOffsetY(), at.z * m_heightScale, c.GetBottomRadius(),
                     c.GetBottomRadius(), c.GetTopRadius() / c.GetBottomRadius(), c.GetHeight() * m_heightScale, 0.0,
-                    360.0, rgba);
+                    360.0, rgba, kCircleSegments, false);
     } else if (chart.GetType() == KrGeometry::GEO_PIECYLINDER) {
         const auto& p = static_cast<const KrGeoPieCylinder&>(chart);
         if (!p.IsMade()) return;
         const BSX::BsxPoint3D& at = p.GetCentre();
+        // Pies of neighbouring features overlap on a dense layer, and pies of one size have their
+        // tops in one plane, where the depth buffer cannot tell them apart: each feature's pie
+        // stands a step of 0.4 % of its height above the last one's, in a cycle of five
+        const double stagger = 1.0 + kPieStagger * static_cast<double>(m_feature % 5);
         AddCylinder(at.x + p.GetOffsetX(), at.y + p.GetOffsetY(), at.z * m_heightScale, p.GetRadiusX(),
-                    p.GetRadiusY(), 1.0, p.GetHeight() * m_heightScale, p.GetStartAngle(), p.GetEndAngle(), rgba);
+                    p.GetRadiusY(), 1.0, p.GetHeight() * m_heightScale * stagger, p.GetStartAngle(), p.GetEndAngle(),
+                    rgba, kCircleSegments, false);
     }
 }
 

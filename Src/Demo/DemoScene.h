@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "BsxGeometry.h"
@@ -65,22 +67,31 @@ public:
     const std::vector<std::uint32_t>& GetLineIndices() const { return m_lineIndices; }
     size_t GetTriangleCount() const { return m_indices.size() / 3; }
 
-    // Appends one triangle (ECEF corners) with corners of its own; it is wound to face away from
-    // the Earth's centre when outward is set. Degenerate triangles are dropped.
-    void AddTriangle(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX::BsxPoint3D& c,
-                     const std::array<std::uint8_t, 4>& rgba, bool outward);
     // An upright solid of elliptic section standing on lon/lat/base: radii along east and north
     // at the bottom and (scaled by topScale) at the top, in metres; a slice between two angles
-    // (degrees counter-clockwise from east) or the whole round when they span 360
+    // (degrees counter-clockwise from east) or the whole round when they span 360. Without bottom
+    // it has no bottom face: chart solids stand on the ground or on the solid below, where a
+    // bottom would never show, or would fight the top below it for the same pixels.
     void AddCylinder(double lon, double lat, double base, double radiusEast, double radiusNorth, double topScale,
                      double height, double startDeg, double endDeg, const std::array<std::uint8_t, 4>& rgba,
-                     int roundSegments = kCircleSegments);
+                     int roundSegments = kCircleSegments, bool bottom = true);
 
 private:
     void AddRegion(const DemoMesh& mesh, const KrStyle& style);
     void AddMarker(double lon, double lat, double base, const KrStyle& style);
     std::uint32_t AddVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba);
+    // One triangle over three of the vertices, wound to face away from the Earth's centre when
+    // outward is set; degenerate triangles are dropped
+    void AddTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c, bool outward);
     DemoVertex NewVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba) const;
+
+    // The top vertex of each mesh point of the region being extruded, by its longitude and latitude
+    struct PlanarHash {
+        size_t operator()(const std::pair<double, double>& p) const;
+    };
+    static std::pair<double, double> PlanarKey(const BSX::BsxPoint3D& p) { return {p.x, p.y}; }
+    std::unordered_map<std::pair<double, double>, std::uint32_t, PlanarHash> m_topAt;
+    std::vector<std::uint32_t> m_feet, m_heads;
 
     double m_heightScale = 1.0;
     std::uint32_t m_feature = 0;

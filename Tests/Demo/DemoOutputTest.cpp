@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <tuple>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
@@ -445,7 +446,7 @@ TEST(DemoTour, ManifestNamesEveryThemeAndSceneVerticesNameTheirFeatureAndLegendC
     EXPECT_EQ(names, (std::vector<std::string>{"unique", "range", "label", "graph", "custom"}));
 
     // Every surface vertex carries its country's id, the feature table names that country, and
-    // its linear colour turns back into the screen colour of the country's legend entry
+    // its primitive's linear colour turns back into the screen colour of the country's legend entry
     const auto [doc, bin] = ReadGlb(kOut + "/unique.glb");
     ASSERT_TRUE(doc.is_object());
     const json features = ReadJson(kOut + "/unique.features.json")["features"];
@@ -458,32 +459,31 @@ TEST(DemoTour, ManifestNamesEveryThemeAndSceneVerticesNameTheirFeatureAndLegendC
         std::memcpy(range, bin.data() + doc["bufferViews"][offsetView]["byteOffset"].get<size_t>() + id * 4, 8);
         return bin.substr(doc["bufferViews"][textView]["byteOffset"].get<size_t>() + range[0], range[1] - range[0]);
     };
-    const json& surfaces = doc["meshes"][0]["primitives"][0];
-    ASSERT_EQ(surfaces["extensions"]["EXT_mesh_features"]["featureIds"][0]["featureCount"].get<size_t>(), kCountries);
-    const int ids = surfaces["attributes"]["_FEATURE_ID_0"], colours = surfaces["attributes"]["COLOR_0"];
-    const size_t count = doc["accessors"][ids]["count"];
+    auto srgb = [](double c) {
+        return static_cast<int>(std::lround(255.0 * (c <= 0.0031308 ? c * 12.92 : 1.055 * std::pow(c, 1 / 2.4) - 0.055)));
+    };
     std::map<size_t, size_t> checked;
-    for (size_t i = 0; i < count; i += 7) {
-        float id = -1.0f;
-        std::uint16_t linear[4];
-        const char* idAt = Element(doc, bin, ids, i, 4);
-        const char* colourAt = Element(doc, bin, colours, i, 8);
-        ASSERT_TRUE(idAt && colourAt);
-        std::memcpy(&id, idAt, 4);
-        std::memcpy(linear, colourAt, 8);
-        ASSERT_TRUE(id >= 0.0f && id < kCountries && id == std::floor(id)) << id;
-        const json& feature = features[static_cast<size_t>(id)];
-        ASSERT_EQ(feature["index"].get<float>(), id);
-        if (checked[feature["index"]]++ == 0) {
-            EXPECT_EQ(tableName(feature["index"]), feature["id"].get<std::string>());
-        }
+    for (const json& primitive : doc["meshes"][0]["primitives"]) {
+        const json& factor = doc["materials"][primitive["material"].get<size_t>()]["pbrMetallicRoughness"]["baseColorFactor"];
         char hex[8];
-        auto srgb = [](std::uint16_t v) {
-            const double c = v / 65535.0;
-            return static_cast<int>(std::lround(255.0 * (c <= 0.0031308 ? c * 12.92 : 1.055 * std::pow(c, 1 / 2.4) - 0.055)));
-        };
-        std::snprintf(hex, sizeof hex, "#%02x%02x%02x", srgb(linear[0]), srgb(linear[1]), srgb(linear[2]));
-        ASSERT_EQ(hex, entries[feature["entry"].get<size_t>()]["hex"].get<std::string>()) << feature["id"];
+        std::snprintf(hex, sizeof hex, "#%02x%02x%02x", srgb(factor[0]), srgb(factor[1]), srgb(factor[2]));
+        const int ids = primitive["attributes"]["_FEATURE_ID_0"];
+        std::map<size_t, size_t> shown;
+        for (size_t i = 0; i < doc["accessors"][ids]["count"].get<size_t>(); ++i) {
+            float id = -1.0f;
+            const char* idAt = Element(doc, bin, ids, i, 4);
+            ASSERT_TRUE(idAt);
+            std::memcpy(&id, idAt, 4);
+            ASSERT_TRUE(id >= 0.0f && id < kCountries && id == std::floor(id)) << id;
+            const json& feature = features[static_cast<size_t>(id)];
+            ASSERT_EQ(feature["index"].get<float>(), id);
+            if (shown[feature["index"]]++ > 0) continue;
+            if (checked[feature["index"]]++ == 0) {
+                EXPECT_EQ(tableName(feature["index"]), feature["id"].get<std::string>());
+            }
+            ASSERT_EQ(hex, entries[feature["entry"].get<size_t>()]["hex"].get<std::string>()) << feature["id"];
+        }
+        EXPECT_EQ(primitive["extensions"]["EXT_mesh_features"]["featureIds"][0]["featureCount"].get<size_t>(), shown.size());
     }
     EXPECT_EQ(checked.size(), kCountries);
 }
@@ -516,4 +516,57 @@ TEST(DemoResults, ChartAndCustomHeightsInMetresPerUnitAndSeriesOnTheirOwnScale)
     legend = ReadJson(out + "/graph.legend.json");
     EXPECT_EQ(legend["seriesScale"], "shared");
     EXPECT_EQ(legend["sizeRange"], json::array({1000.0, 90000.0}));
+}
+
+TEST(DemoResults, PointsStandAsClosedMarkersOrColumnsAsTallAsTheirValue)
+{
+    const std::string out = std::string(T3D_DEMO_SCRATCH) + "/points";
+    const std::string data = " --data " + std::string(T3D_DEMO_TEST_DATA) + "/../world/points.gpkg --name p --out " + out;
+    const double scale = 0.0005;
+    double prism = 0.0;
+    for (const bool columns : {false, true}) {
+        SCOPED_TRACE(columns ? "columns" : "markers");
+        const Result r = RunDemo(data + (columns ? " --custom ExtendHeight=pop_est --height-scale 0.0005" : " --unique name"));
+        ASSERT_EQ(r.status, 0) << r.output;
+        const auto [doc, bin] = ReadGlb(out + "/p.glb");
+        ASSERT_TRUE(doc.is_object());
+        const auto& t = doc["nodes"][0]["translation"];
+        // Per feature: its lowest and highest point from the Earth's centre, and how often each
+        // edge of its triangles is used (twice everywhere on a closed solid)
+        std::map<size_t, std::pair<double, double>> radii;
+        std::map<std::tuple<size_t, size_t, size_t>, int> edges;
+        for (size_t p = 0; p < doc["meshes"][0]["primitives"].size(); ++p) {
+            const json& primitive = doc["meshes"][0]["primitives"][p];
+            ASSERT_EQ(primitive["mode"].get<int>(), 4) << "points are drawn as solids, not as GL points";
+            const int positions = primitive["attributes"]["POSITION"], ids = primitive["attributes"]["_FEATURE_ID_0"];
+            const int indices = primitive["indices"];
+            const size_t width = doc["accessors"][indices]["componentType"] == 5123 ? 2 : 4;
+            for (size_t i = 0; i + 2 < doc["accessors"][indices]["count"].get<size_t>(); i += 3) {
+                std::uint32_t v[3] = {0, 0, 0};
+                for (int k = 0; k < 3; ++k) std::memcpy(&v[k], Element(doc, bin, indices, i + k, width), width);
+                for (int k = 0; k < 3; ++k) ++edges[{p, std::min(v[k], v[(k + 1) % 3]), std::max(v[k], v[(k + 1) % 3])}];
+                float id = 0.0f, xyz[3];
+                std::memcpy(&id, Element(doc, bin, ids, v[0], 4), 4);
+                auto& range = radii.emplace(static_cast<size_t>(id), std::make_pair(1e300, 0.0)).first->second;
+                for (int k = 0; k < 3; ++k) {
+                    std::memcpy(xyz, Element(doc, bin, positions, v[k], 12), 12);
+                    const double radius = std::hypot(xyz[0] + t[0].get<double>(), xyz[1] + t[1].get<double>(), xyz[2] + t[2].get<double>());
+                    range = {std::min(range.first, radius), std::max(range.second, radius)};
+                }
+            }
+        }
+        for (const auto& [edge, uses] : edges) ASSERT_EQ(uses, 2) << "an open edge in primitive " << std::get<0>(edge);
+        const json features = ReadJson(out + "/p.features.json")["features"];
+        ASSERT_EQ(radii.size(), features.size());
+        if (!columns) prism = radii.begin()->second.second - radii.begin()->second.first;
+        // A marker's rims lie in the plane tangent to the ellipsoid at its foot, which tilts by up to
+        // 0.2 degrees against the distance from the Earth's centre, and curves away below them
+        const double curve = prism * 0.006 + 2.0;
+        for (const auto& [id, range] : radii) {
+            const json& value = features[id]["attributes"]["pop_est"];
+            const bool column = columns && value.is_number() && value.get<double>() > 0.0;
+            EXPECT_NEAR(range.second - range.first, column ? value.get<double>() * scale : prism, curve) << features[id]["id"];
+        }
+    }
+    EXPECT_GT(prism, 100.0);
 }
