@@ -12,6 +12,9 @@ packages+=(libgeos-dev libcgal-dev nlohmann-json3-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 # The viewer is served by python3; its browser test drives Debian's Chromium headless
 packages+=(python3 chromium)
+# The Python package t3d (pybind11 on Debian's python3) and its tests; the tiling pipeline runs
+# on Dask's distributed scheduler and reads layers with GDAL's Python bindings
+packages+=(python3-dev pybind11-dev python3-pytest python3-numpy python3-distributed python3-gdal)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
