@@ -145,19 +145,6 @@ bool Anchor(OGRGeometryH g, BSX::BsxPoint3D& anchor)
 }
 
 // GDAL's errors while a layer is read: how many, and the first one's text
-struct ReadErrors {
-    size_t count = 0;
-    std::string first;
-
-    static void CPL_STDCALL Handler(CPLErr level, CPLErrorNum, const char* message)
-    {
-        auto* self = static_cast<ReadErrors*>(CPLGetErrorHandlerUserData());
-        if (level == CE_Failure || level == CE_Fatal) {
-            if (self->count++ == 0) self->first = message ? message : "";
-        }
-    }
-};
-
 // The reason GDAL gave for the last failure, or the system's when GDAL gave none
 std::string OpenReason(const std::string& path)
 {
@@ -168,7 +155,9 @@ std::string OpenReason(const std::string& path)
     return reason;
 }
 
-GDALDatasetH Open(const std::string& path, std::string& error)
+} // namespace
+
+GDALDatasetH DemoLayerReader::OpenDataSet(const std::string& path, std::string& error)
 {
     CPLPushErrorHandler(CPLQuietErrorHandler);
     CPLErrorReset();
@@ -185,8 +174,7 @@ GDALDatasetH Open(const std::string& path, std::string& error)
     return ds;
 }
 
-// A point feature from two coordinate fields; false when either is missing or not a number
-bool PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& df)
+bool DemoLayerReader::PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& df)
 {
     if (!OGR_F_IsFieldSetAndNotNull(feature, xIndex) || !OGR_F_IsFieldSetAndNotNull(feature, yIndex)) return false;
     // Copies: GDAL reuses one buffer for the text of numeric fields
@@ -206,7 +194,13 @@ bool PointFromFields(OGRFeatureH feature, int xIndex, int yIndex, DemoFeature& d
     return true;
 }
 
-} // namespace
+void CPL_STDCALL DemoLayerReader::Errors::Handler(CPLErr level, CPLErrorNum, const char* message)
+{
+    auto* self = static_cast<Errors*>(CPLGetErrorHandlerUserData());
+    if (level == CE_Failure || level == CE_Fatal) {
+        if (self->count++ == 0) self->first = message ? message : "";
+    }
+}
 
 DemoFieldKind DemoLayerReader::KindOfField(OGRFieldType type) { return KindOf(type); }
 
@@ -247,7 +241,7 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
                            DemoLayer& layer, std::string& error)
 {
     GDALAllRegister();
-    GDALDatasetH ds = Open(path, error);
+    GDALDatasetH ds = OpenDataSet(path, error);
     if (!ds) return false;
     OGRLayerH src = layerName.empty() ? GDALDatasetGetLayer(ds, 0) : GDALDatasetGetLayerByName(ds, layerName.c_str());
     if (!src) {
@@ -296,10 +290,10 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
                     layer.FieldList() + ")");
     }
 
-    ReadErrors errors;
+    DemoLayerReader::Errors errors;
     size_t badPositions = 0, drawable = 0;
     std::string firstBadPosition;
-    CPLPushErrorHandlerEx(ReadErrors::Handler, &errors);
+    CPLPushErrorHandlerEx(DemoLayerReader::Errors::Handler, &errors);
     OGR_L_ResetReading(src);
     for (;;) {
         const size_t errorsBefore = errors.count;

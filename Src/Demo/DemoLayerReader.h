@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <cpl_error.h>
+#include <gdal.h>
 #include <ogr_api.h>
 #include <ogr_srs_api.h>
 
@@ -19,6 +21,21 @@ struct DemoReadOptions {
 
 class DemoLayerReader {
 public:
+    // The failures GDAL reports while installed (CPLPushErrorHandlerEx(Handler, &errors)), with
+    // the first one's message
+    struct Errors {
+        size_t count = 0;
+        std::string first;
+        static void CPL_STDCALL Handler(CPLErr level, CPLErrorNum number, const char* message);
+    };
+
+    // Opens a vector data set as Read does (a plain table with its numbers told from its texts);
+    // null with GDAL's reason otherwise
+    static GDALDatasetH OpenDataSet(const std::string& path, std::string& error);
+    // A point feature at the numbers of two coordinate fields (degrees); false when either is
+    // missing or not a number
+    static bool PointFromFields(OGRFeatureH record, int xIndex, int yIndex, DemoFeature& feature);
+
     // The demo's kind of an OGR field type
     static DemoFieldKind KindOfField(OGRFieldType type);
     // The transformations from the layer's coordinate system to WGS84 (longitude first) and

@@ -1,6 +1,8 @@
 #include "DemoLayerStream.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
@@ -10,6 +12,7 @@
 #include <ogr_srs_api.h>
 
 #include "DemoLayerReader.h"
+#include "KrGeometry.h"
 
 namespace KRN {
 
@@ -19,6 +22,9 @@ struct DemoLayerStream::Impl {
     OGRCoordinateTransformationH toWgs84 = nullptr;
     OGRCoordinateTransformationH fromWgs84 = nullptr;
     std::vector<BSX::BsxUnicodeString> wideNames;
+    DemoReadOptions read;
+    // Coordinate fields of a table read as points (-1: the layer's geometry)
+    int xIndex = -1, yIndex = -1;
 
     ~Impl()
     {
@@ -32,17 +38,14 @@ DemoLayerStream::DemoLayerStream() : m_impl(std::make_unique<Impl>()) {}
 
 DemoLayerStream::~DemoLayerStream() = default;
 
-bool DemoLayerStream::Open(const std::string& path, const std::string& layerName, std::string& error)
+bool DemoLayerStream::Open(const std::string& path, const std::string& layerName, const DemoReadOptions& read,
+                           std::string& error)
 {
     m_impl = std::make_unique<Impl>();
+    m_impl->read = read;
     GDALAllRegister();
-    CPLPushErrorHandler(CPLQuietErrorHandler);
-    m_impl->ds = GDALOpenEx(path.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, nullptr, nullptr);
-    CPLPopErrorHandler();
-    if (!m_impl->ds) {
-        error = "cannot open the vector data set '" + path + "'";
-        return false;
-    }
+    m_impl->ds = DemoLayerReader::OpenDataSet(path, error);
+    if (!m_impl->ds) return false;
     OGRLayerH src = layerName.empty() ? GDALDatasetGetLayer(m_impl->ds, 0)
                                       : GDALDatasetGetLayerByName(m_impl->ds, layerName.c_str());
     if (!src) {
@@ -56,12 +59,28 @@ bool DemoLayerStream::Open(const std::string& path, const std::string& layerName
     DemoLayerReader::MakeWgs84Transforms(src, &m_impl->toWgs84, &m_impl->fromWgs84);
 
     m_name = OGR_L_GetName(src);
-    m_fields.clear();
+    DemoLayer fields;
+    fields.name = m_name;
     OGRFeatureDefnH defn = OGR_L_GetLayerDefn(src);
     for (int i = 0; i < OGR_FD_GetFieldCount(defn); ++i) {
         OGRFieldDefnH fd = OGR_FD_GetFieldDefn(defn, i);
-        m_fields.push_back(DemoField{OGR_Fld_GetNameRef(fd), DemoLayerReader::KindOfField(OGR_Fld_GetType(fd))});
-        m_impl->wideNames.push_back(BSX::BsxUnicodeString::FromUtf8(m_fields.back().name));
+        fields.fields.push_back(DemoField{OGR_Fld_GetNameRef(fd), DemoLayerReader::KindOfField(OGR_Fld_GetType(fd))});
+        m_impl->wideNames.push_back(BSX::BsxUnicodeString::FromUtf8(fields.fields.back().name));
+    }
+    m_fields = fields.fields;
+    if (!read.xField.empty()) {
+        m_impl->xIndex = fields.FindField(read.xField);
+        m_impl->yIndex = fields.FindField(read.yField);
+        if (m_impl->xIndex < 0 || m_impl->yIndex < 0) {
+            error = "the layer '" + m_name + "' has no field '" + (m_impl->xIndex < 0 ? read.xField : read.yField) +
+                    "' (fields: " + fields.FieldList() + ")";
+            return false;
+        }
+    } else if (OGR_FD_GetGeomFieldCount(defn) == 0) {
+        error = "the layer '" + m_name + "' of '" + path +
+                "' has no geometry; name its longitude and latitude fields with --x-field and --y-field (fields: " +
+                fields.FieldList() + ")";
+        return false;
     }
     Reset();
     return true;
@@ -74,6 +93,25 @@ long long DemoLayerStream::CountHint() const
 
 bool DemoLayerStream::GetExtent(double& west, double& south, double& east, double& north) const
 {
+    if (m_impl->layer && m_impl->xIndex >= 0) {
+        // A table knows no extent: its coordinates are read once, every readable one counted
+        OGR_L_SetSpatialFilter(m_impl->layer, nullptr);
+        OGR_L_SetAttributeFilter(m_impl->layer, nullptr);
+        OGR_L_ResetReading(m_impl->layer);
+        west = south = HUGE_VAL, east = north = -HUGE_VAL;
+        CPLPushErrorHandler(CPLQuietErrorHandler);
+        while (OGRFeatureH of = OGR_L_GetNextFeature(m_impl->layer)) {
+            DemoFeature point;
+            if (DemoLayerReader::PointFromFields(of, m_impl->xIndex, m_impl->yIndex, point)) {
+                west = std::min(west, point.anchor.x), east = std::max(east, point.anchor.x);
+                south = std::min(south, point.anchor.y), north = std::max(north, point.anchor.y);
+            }
+            OGR_F_Destroy(of);
+        }
+        CPLPopErrorHandler();
+        OGR_L_ResetReading(m_impl->layer);
+        return west <= east && south <= north;
+    }
     OGREnvelope env;
     if (!m_impl->layer || OGR_L_GetExtent(m_impl->layer, &env, 1) != OGRERR_NONE) return false;
     west = env.MinX, south = env.MinY, east = env.MaxX, north = env.MaxY;
@@ -86,6 +124,7 @@ bool DemoLayerStream::GetExtent(double& west, double& south, double& east, doubl
 
 void DemoLayerStream::Reset()
 {
+    m_error.clear(), m_skipped = 0;
     if (!m_impl->layer) return;
     OGR_L_SetSpatialFilter(m_impl->layer, nullptr);
     OGR_L_SetAttributeFilter(m_impl->layer, nullptr);
@@ -94,7 +133,26 @@ void DemoLayerStream::Reset()
 
 void DemoLayerStream::ResetInside(double west, double south, double east, double north)
 {
+    m_error.clear(), m_skipped = 0;
     if (!m_impl->layer) return;
+    if (m_impl->xIndex >= 0) {
+        // A table is selected by its coordinate fields when they hold numbers (text would compare
+        // as text); otherwise every record comes and the caller keeps those inside
+        const bool numbers = m_fields[static_cast<size_t>(m_impl->xIndex)].IsNumeric() &&
+                             m_fields[static_cast<size_t>(m_impl->yIndex)].IsNumeric();
+        char where[512];
+        const std::string x = m_fields[static_cast<size_t>(m_impl->xIndex)].name;
+        const std::string y = m_fields[static_cast<size_t>(m_impl->yIndex)].name;
+        std::snprintf(where, sizeof where, "\"%s\" >= %.17g AND \"%s\" <= %.17g AND \"%s\" >= %.17g AND \"%s\" <= %.17g",
+                      x.c_str(), west, x.c_str(), east, y.c_str(), south, y.c_str(), north);
+        CPLPushErrorHandler(CPLQuietErrorHandler);
+        if (!numbers || x.find('"') != std::string::npos || y.find('"') != std::string::npos ||
+            OGR_L_SetAttributeFilter(m_impl->layer, where) != OGRERR_NONE)
+            OGR_L_SetAttributeFilter(m_impl->layer, nullptr);
+        CPLPopErrorHandler();
+        OGR_L_ResetReading(m_impl->layer);
+        return;
+    }
     OGR_L_SetAttributeFilter(m_impl->layer, nullptr);
     double minX = west, minY = south, maxX = east, maxY = north;
     // The rectangle in the source's own system: the bounds of its densified outline, which hold
@@ -110,6 +168,7 @@ void DemoLayerStream::ResetInside(double west, double south, double east, double
 
 bool DemoLayerStream::ResetSpan(long long first, long long last)
 {
+    m_error.clear(), m_skipped = 0;
     if (!m_impl->layer) return false;
     OGR_L_SetSpatialFilter(m_impl->layer, nullptr);
     const std::string column = OGR_L_GetFIDColumn(m_impl->layer);
@@ -124,13 +183,46 @@ bool DemoLayerStream::ResetSpan(long long first, long long last)
 
 bool DemoLayerStream::Next(DemoFeature& df, long long& fid)
 {
-    if (!m_impl->layer) return false;
-    OGRFeatureH of = OGR_L_GetNextFeature(m_impl->layer);
-    if (!of) return false;
-    fid = static_cast<long long>(OGR_F_GetFID(of));
+    if (!m_impl->layer || !m_error.empty()) return false;
+    for (;;) {
+        DemoLayerReader::Errors errors;
+        CPLPushErrorHandlerEx(DemoLayerReader::Errors::Handler, &errors);
+        OGRFeatureH of = OGR_L_GetNextFeature(m_impl->layer);
+        bool placed = true;
+        if (of) placed = Read(of, df);
+        CPLPopErrorHandler();
+        if (!of) {
+            // A source that gives up early leaves records unread
+            if (errors.count > 0 && !m_impl->read.lenient)
+                m_error = "GDAL reported an error reading the layer '" + m_name + "': " + errors.first +
+                          " (--lenient skips the features it cannot read)";
+            return false;
+        }
+        fid = static_cast<long long>(OGR_F_GetFID(of));
+        OGR_F_Destroy(of);
+        if (errors.count == 0 && placed) return true;
+        if (m_impl->read.lenient) {
+            ++m_skipped;
+            continue;
+        }
+        m_error = errors.count > 0 ? "GDAL reported an error reading feature " + std::to_string(fid) + " of the layer '" +
+                                         m_name + "': " + errors.first + " (--lenient skips the features it cannot read)"
+                                   : "feature " + std::to_string(fid) + " of the layer '" + m_name + "' has no number in '" +
+                                         m_impl->read.xField + "' or '" + m_impl->read.yField + "' (--lenient skips them)";
+        return false;
+    }
+}
+
+bool DemoLayerStream::Read(OGRFeatureH of, DemoFeature& df) const
+{
     DemoLayerReader::ReadRecord(of, m_fields, m_impl->wideNames, m_impl->toWgs84, df);
-    OGR_F_Destroy(of);
-    return true;
+    if (m_impl->xIndex < 0) return true;
+    df.parts.clear();
+    df.hasAnchor = false;
+    df.geometryType = KrGeometry::GEO_UNKNOWN;
+    const bool placed = DemoLayerReader::PointFromFields(of, m_impl->xIndex, m_impl->yIndex, df);
+    df.feature->SetGeometry(new KrGeometry(df.geometryType));
+    return placed;
 }
 
 bool DemoLayerStream::Fetch(long long fid, DemoFeature& df)
@@ -141,7 +233,7 @@ bool DemoLayerStream::Fetch(long long fid, DemoFeature& df)
     CPLPopErrorHandler();
     if (!of) return false;
     df = DemoFeature();
-    DemoLayerReader::ReadRecord(of, m_fields, m_impl->wideNames, m_impl->toWgs84, df);
+    Read(of, df);
     OGR_F_Destroy(of);
     return true;
 }

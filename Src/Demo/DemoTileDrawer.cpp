@@ -151,7 +151,7 @@ bool DemoTileDrawer::Open(std::unique_ptr<KrTheme3D> theme, const DemoLayer& lay
     m_drawer->SetChartScale(m_settings.chartScale);
     if (m_settings.chartTotals) m_drawer->SetChartTotals(*m_settings.chartTotals);
     if (m_settings.geometryKinds != 0) m_drawer->SetGeometryKinds(m_settings.geometryKinds);
-    return m_drawer->Prepare(error) && m_stream.Open(dataPath, layerName, error);
+    return m_drawer->Prepare(error) && m_stream.Open(dataPath, layerName, m_settings.read, error);
 }
 
 bool DemoTileDrawer::Read(const std::vector<long long>& fids, std::vector<DemoTileCandidate>& out, std::string& error)
@@ -221,6 +221,10 @@ bool DemoTileDrawer::Draw(int index, DemoNodeInput& input, DemoNodeOutput& out, 
             chunk.push_back(std::move(c));
             c = DemoTileCandidate();
             if (chunk.size() >= m_settings.capacity && !flush()) return false;
+        }
+        if (!m_stream.GetError().empty()) {
+            error = m_stream.GetError();
+            return false;
         }
         if (!chunk.empty() && !flush()) return false;
         if (out.features != node.count) {

@@ -61,6 +61,8 @@ struct DemoTileSettings {
     DemoChartScale chartScale;
     std::shared_ptr<const DemoChartTotals> chartTotals;
     unsigned geometryKinds = 0;
+    // How the source is read (leniently, points from coordinate fields), as the scan read it
+    DemoReadOptions read;
     // Told of every file written (path and size), at once, so that a failed run can remove them
     std::function<void(const std::string&, std::uint64_t)> written;
     // Asked between features; a true answer stops the node with the message "interrupted"

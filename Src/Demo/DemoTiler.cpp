@@ -148,7 +148,9 @@ bool ScanSpan(DemoLayerStream& stream, long long span, long long spans, DemoLaye
 {
     if (spans <= 1) stream.Reset();
     else stream.ResetSpan(span * DemoTiler::kScanSpan, span == spans - 1 ? (1LL << 62) : (span + 1) * DemoTiler::kScanSpan);
-    return ScanPart(stream, summary, sample, read);
+    const bool done = ScanPart(stream, summary, sample, read);
+    summary.AddSkipped(stream.GetSkipped());
+    return done;
 }
 
 // What the scan learns about the whole layer
@@ -165,7 +167,7 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
                std::string& error)
 {
     DemoLayerStream first;
-    if (!first.Open(options.dataPath, options.layerName, error)) return false;
+    if (!first.Open(options.dataPath, options.layerName, options.read, error)) return false;
     double west = 0, south = 0, east = 0, north = 0;
     if (!first.GetExtent(west, south, east, north)) {
         error = "the layer '" + first.GetName() + "' has no extent to tile";
@@ -189,10 +191,16 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
     auto work = [&](int k) {
         DemoLayerStream own;
         DemoLayerStream& stream = k == 0 ? first : own;
-        if (k > 0 && !own.Open(options.dataPath, options.layerName, errors[static_cast<size_t>(k)])) return;
+        if (k > 0 && !own.Open(options.dataPath, options.layerName, options.read, errors[static_cast<size_t>(k)])) return;
         for (long long span = nextSpan++; span < spans && g_signal.load() == 0; span = nextSpan++) {
             auto part = std::make_unique<DemoLayerSummary>(plan);
             if (!ScanSpan(stream, span, spans, *part, &samples[static_cast<size_t>(k)], &read)) return;
+            if (!stream.GetError().empty()) {
+                errors[static_cast<size_t>(k)] = stream.GetError();
+                // The other threads stop at their next span
+                nextSpan.store(spans);
+                return;
+            }
             // Spans merge in their order as soon as the ones before them are done
             std::lock_guard<std::mutex> lock(merging);
             finished[static_cast<size_t>(span)] = std::move(part);
@@ -444,6 +452,7 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoTiler::Run
         if (needs.chart >= 0)
             settings.chartTotals = std::make_shared<DemoChartTotals>(scan.summary.GetChartTotals(static_cast<size_t>(needs.chart)));
         settings.geometryKinds = scan.summary.GetGeometryKinds();
+        settings.read = options.read;
         drawers.push_back(std::make_unique<DemoTileDrawer>(tree, std::move(settings)));
         if (!drawers.back()->Open(std::move(clone), sampleLayer, options.dataPath, options.layerName, error)) {
             std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
@@ -546,7 +555,7 @@ long long DemoTiler::SpanCount(DemoLayerStream& stream)
 
 bool DemoTiler::SummariseSpan(DemoLayerStream& stream, long long span, long long spans, DemoLayerSummary& summary)
 {
-    return ScanSpan(stream, span, spans, summary, nullptr, nullptr);
+    return ScanSpan(stream, span, spans, summary, nullptr, nullptr) && stream.GetError().empty();
 }
 
 DemoRun DemoTiler::Complete(const DemoRun& original, const RunNeeds& needs, const DemoLayerSummary& summary)
@@ -593,6 +602,9 @@ int DemoTiler::Run(const DemoOptions& options, KrTheme3DFactory& factory)
     std::printf("layer %s: %llu features (%llu without a place, not tiled), scanned in %.1f ms\n",
                 sampleLayer.name.c_str(), static_cast<unsigned long long>(scan.summary.GetFeatures()),
                 static_cast<unsigned long long>(scan.summary.GetUnanchored()), scanMs);
+    if (scan.summary.GetSkipped() > 0)
+        std::printf("skipped %llu features that could not be read (--lenient)\n",
+                    static_cast<unsigned long long>(scan.summary.GetSkipped()));
     if (!MakeDirectory(options.outDir, error)) {
         std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
         return 3;

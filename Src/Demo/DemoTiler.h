@@ -35,7 +35,8 @@ public:
     // How many spans a layer's scan takes: one when the source cannot select by identifier
     static long long SpanCount(DemoLayerStream& stream);
     // Summarises span number `span` of `spans` (the last one is open-ended; a single span is the
-    // whole layer) into summary, made with the layer's plan; false when interrupted
+    // whole layer) into summary, made with the layer's plan; false when interrupted, or when a
+    // strict reading stopped at a feature it cannot read (the stream's GetError says why)
     static bool SummariseSpan(DemoLayerStream& stream, long long span, long long spans, DemoLayerSummary& summary);
     // A run's request with the whole layer's statistics, quantile breaks and value counts
     static DemoRun Complete(const DemoRun& run, const RunNeeds& needs, const DemoLayerSummary& summary);

@@ -343,6 +343,27 @@ TEST(DemoInput, LenientReadingSkipsAndCountsWhatGdalCannotRead)
     EXPECT_NE(csv.output.find("skipped 1 features"), std::string::npos) << csv.output;
     EXPECT_EQ(ReadJson(scratch + "/lenient/label.legend.json")["drawn"].get<size_t>(), 6u);
     EXPECT_EQ(ReadJson(scratch + "/lenient/label.labels.json")["labels"].size(), 5u);
+
+    // Tiled, the same records are skipped and counted, or name the reason the run fails
+    const std::string shpArgs = "--tiles --data " + scratch + "/trunc/c.shp --unique name --out " + scratch + "/tiled";
+    const std::string csvArgs = std::string("--tiles --data ") + T3D_DEMO_TEST_DATA +
+                                "/places.csv --x-field lon --y-field lat --label country --out " + scratch + "/tiled";
+    const struct {
+        std::string args;
+        int status;
+        std::string fragment;
+    } tiled[] = {
+        {shpArgs + " --lenient", 0, "skipped " + std::to_string(kCountries - read) + " features"},
+        {shpArgs, 2, "GDAL reported an error reading feature"},
+        {csvArgs + " --lenient", 0, "skipped 1 features"},
+        {csvArgs, 2, "has no number in 'lon' or 'lat' (--lenient skips them)"},
+    };
+    for (const auto& c : tiled) {
+        const Result r = RunDemo(c.args);
+        EXPECT_EQ(r.status, c.status) << c.args << ": " << r.output;
+        EXPECT_NE(r.output.find(c.fragment), std::string::npos) << c.args << ": " << r.output;
+    }
+    EXPECT_TRUE(std::filesystem::exists(scratch + "/tiled/label/tileset.json"));
 }
 
 TEST(DemoResults, ClassificationByNameWithNoDataAndDates)
