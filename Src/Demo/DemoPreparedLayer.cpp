@@ -316,7 +316,7 @@ void DemoPreparedLayer::Prepare(DemoLayer& layer)
         DemoFeature& f = layer.features[i];
         if (f.geometryType % 100 != KrGeometry::GEO_REGION) continue;
         BSX::BsxPoint3D anchor;
-        if (PrepareFeature(f.parts, m_meshes[i], anchor)) {
+        if (PrepareFeature(f.parts, m_meshes[i], &anchor)) {
             f.anchor = anchor;
             f.hasAnchor = true;
         }
@@ -325,7 +325,7 @@ void DemoPreparedLayer::Prepare(DemoLayer& layer)
     }
 }
 
-bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoMesh& mesh, BSX::BsxPoint3D& anchor)
+bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoMesh& mesh, BSX::BsxPoint3D* anchor)
 {
     Impl& g = *m_impl;
     mesh = DemoMesh();
@@ -362,17 +362,19 @@ bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoM
     }
     if (!largest) return false;
     double minX = 0, minY = 0, maxX = 0, maxY = 0;
-    GEOSGeom_getXMin_r(g.geos, largest, &minX), GEOSGeom_getXMax_r(g.geos, largest, &maxX);
-    GEOSGeom_getYMin_r(g.geos, largest, &minY), GEOSGeom_getYMax_r(g.geos, largest, &maxY);
-    const double tolerance = std::max(1e-6, std::max(maxX - minX, maxY - minY) / 1000.0);
-    Impl::Geom circle = g.Own(GEOSMaximumInscribedCircle_r(g.geos, largest, tolerance));
-    double cx = (minX + maxX) * 0.5, cy = (minY + maxY) * 0.5;
-    if (circle) {
-        const GEOSCoordSequence* seq = GEOSGeom_getCoordSeq_r(g.geos, circle.get());
-        if (seq) GEOSCoordSeq_getXY_r(g.geos, seq, 0, &cx, &cy);
+    if (anchor) {
+        GEOSGeom_getXMin_r(g.geos, largest, &minX), GEOSGeom_getXMax_r(g.geos, largest, &maxX);
+        GEOSGeom_getYMin_r(g.geos, largest, &minY), GEOSGeom_getYMax_r(g.geos, largest, &maxY);
+        const double tolerance = std::max(1e-6, std::max(maxX - minX, maxY - minY) / 1000.0);
+        Impl::Geom circle = g.Own(GEOSMaximumInscribedCircle_r(g.geos, largest, tolerance));
+        double cx = (minX + maxX) * 0.5, cy = (minY + maxY) * 0.5;
+        if (circle) {
+            const GEOSCoordSequence* seq = GEOSGeom_getCoordSeq_r(g.geos, circle.get());
+            if (seq) GEOSCoordSeq_getXY_r(g.geos, seq, 0, &cx, &cy);
+        }
+        *anchor = BSX::BsxPoint3D(std::remainder(cx, 360.0), cy, 0.0);
+        if (anchor->x == 180.0) anchor->x = -180.0;
     }
-    anchor = BSX::BsxPoint3D(std::remainder(cx, 360.0), cy, 0.0);
-    if (anchor.x == 180.0) anchor.x = -180.0;
 
     // Back into [-180, 180]: each whole turn a part reaches into is clipped and moved home
     bool split = false;

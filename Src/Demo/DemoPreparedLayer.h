@@ -54,9 +54,10 @@ public:
     // Prepares every region of the layer and moves the regions' anchors to their poles of
     // inaccessibility; features of other kinds keep an empty mesh and their anchor
     void Prepare(DemoLayer& layer);
-    // The mesh of one feature from the same polygon parts, and its anchor; false when the parts
-    // hold no area (the anchor is then left alone)
-    bool PrepareFeature(const std::vector<DemoPart>& parts, DemoMesh& mesh, BSX::BsxPoint3D& anchor);
+    // The mesh of one feature from the same polygon parts, and its anchor when asked for one
+    // (finding the pole of inaccessibility costs far more than the mesh of a small polygon);
+    // false when the parts hold no area (the anchor is then left alone)
+    bool PrepareFeature(const std::vector<DemoPart>& parts, DemoMesh& mesh, BSX::BsxPoint3D* anchor);
 
     const DemoMesh& GetMesh(size_t feature) const { return m_meshes.at(feature); }
     size_t GetFeatureCount() const { return m_meshes.size(); }

@@ -295,8 +295,8 @@ bool DemoTileDrawer::WriteContent(const DemoTileNode& node, std::vector<DemoTile
             m_drawer->Draw(c.feature, static_cast<size_t>(c.fid), out);
             scene.BeginFeature(static_cast<std::uint32_t>(next - first), "#" + std::to_string(c.fid));
             if (out.drawn && out.style) {
-                BSX::BsxPoint3D anchor;
-                if (c.feature.geometryType % 100 == KrGeometry::GEO_REGION) m_prepared.PrepareFeature(c.feature.parts, m_mesh, anchor);
+                // The anchor came with the feature and chose its tile: only the mesh is needed
+                if (c.feature.geometryType % 100 == KrGeometry::GEO_REGION) m_prepared.PrepareFeature(c.feature.parts, m_mesh, nullptr);
                 else m_mesh = DemoMesh();
                 scene.AddFeature(c.feature, &m_mesh, *out.style);
             }
