@@ -100,14 +100,14 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
 
     // The surface shares its corners: one vertex per mesh vertex, triangles by index (the mesh
     // holds its corners on the ground already)
+    // No exact reserve here: a scene takes thousands of features, and growing to the exact size
+    // each time would copy everything drawn so far once per feature
     const std::uint32_t base = static_cast<std::uint32_t>(m_vertices.size());
-    m_vertices.reserve(m_vertices.size() + mesh.vertices.size());
     if (top == 0.0 && mesh.ground.size() == mesh.vertices.size()) {
         for (const BSX::BsxPoint3D& e : mesh.ground) AddVertex(e, rgba);
     } else {
         for (const BSX::BsxPoint3D& p : mesh.vertices) AddVertex(ToEcef(p.x, p.y, top), rgba);
     }
-    m_indices.reserve(m_indices.size() + mesh.triangles.size());
     auto atPole = [&mesh](std::uint32_t k) { return std::fabs(mesh.vertices[k].y) == 90.0; };
     for (size_t t = 0; t + 2 < mesh.triangles.size(); t += 3) {
         const std::uint32_t a = mesh.triangles[t], b = mesh.triangles[t + 1], c = mesh.triangles[t + 2];
