@@ -21,6 +21,9 @@ struct Error : std::runtime_error {
 inline BSX::BsxUnicodeString Wide(const std::string& text) { return BSX::BsxUnicodeString::FromUtf8(text); }
 inline std::string Utf8(const BSX::BsxUnicodeString& text) { return text.ToUtf8(); }
 
+// A theme kind by name ("unique", "range", "label", "graph", "custom") or type code
+int KindCode(const pybind11::handle& kind);
+
 // The factory of the plug-in, loaded on first use with dlopen from the file this module was
 // linked against (as a host loads it); Error when the file or its entry point is missing
 KRN::KrTheme3DFactory& Factory();

@@ -10,6 +10,7 @@ import threading as _threading
 from . import _t3d
 from ._t3d import *  # noqa: F401,F403
 from ._t3d import Error
+from .geometry import make_layer
 
 # Loading the plug-in makes its log dump itself on SIGINT and then end the process; in Python,
 # Ctrl-C should stay a KeyboardInterrupt, so Python's own handler is put back. The other signals
