@@ -17,8 +17,6 @@
 
 namespace KRN {
 
-class KrGeoCompound;
-
 /// Graph theme (type code 4): a 3D chart per feature, sized between the layer's extreme totals
 class TR_THEME3D_API KrTheme3DGraph : public KrTheme3DSymbol {
 public:
@@ -220,10 +218,6 @@ protected:
 private:
     int GetCountForUpdate() const { return m_update.GetCount(); }
     BSX::BsxUnicodeString GetExpressionAtForUpdate(int index) const { return m_update.GetExpressionAt(index); }
-    /// Chart height for a scaled total between bottom and top
-    double InterpolatedSize(double top, double bottom, double scaled) const;
-    /// Adds the item text of item index at point to the compound
-    void AddItemText(KrGeoCompound& compound, double value, int index, double total, const BSX::BsxPoint3D& point);
     /// First working item whose caption is caption, or -1
     int FindArrayField(const BSX::BsxUnicodeString& caption) const;
 

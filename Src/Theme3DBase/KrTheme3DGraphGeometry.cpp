@@ -1,5 +1,5 @@
-// Chart geometry of the graph theme: sums and default sizes for a layer, and the solids and
-// texts of one feature's chart.
+#include "KrTheme3DGraphGeometry.h"
+
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -21,14 +21,8 @@ using BSX::BsxUnicodeString;
 
 namespace {
 const double kNearZero = ThemeRules::kTolerance;
-const double kReplacement = 0.001;
 const double kDegToRad = 0.017453292519943295;
-const double kEarthRadius = 6378137.0;
 const double kEarthCircumference = 40075016.68557849;
-const double kGlobeSquareDegrees = 64800.0;
-const double kBarWidthDivisor = 50.0;
-const double kHeightDivisor = 10.0;
-const double kSqrt2 = 1.4142135623730951;
 const double kPieGap = 2.0;
 const double kSmallestSlice = 1.0;
 const double kPieRadiusFactor = 0.25;
@@ -93,112 +87,63 @@ bool TakeValue(double* values, unsigned int i, double replacement)
 }
 } // namespace
 
-bool KrTheme3DGraph::CalExtremumvValue(const double& minSum, const double& maxSum, const BSX::BsxRect2D& bounds,
-                                       const int& count, bool absolute)
+KrTheme3DGraphGeometry::Scale KrTheme3DGraphGeometry::ScaleOf(const double* values, unsigned int count) const
 {
-    m_minSum = minSum;
-    m_maxSum = maxSum;
-    if (count >= 1 && m_graph.GetCount() >= 1) {
-        for (int i = 0; i < m_graph.GetCount(); ++i) {
-            const Kr3DGraphItem& item = m_graph.GetItem(i);
-            if (item.Type != Kr3DGraphItem::ArrayItem) continue;
-            double lo = 0.0;
-            double hi = 0.0;
-            for (int k = 0; k < item.ArrayValues.GetSize(); ++k) {
-                const double value = absolute ? std::fabs(item.ArrayValues[k]) : item.ArrayValues[k];
-                if (k == 0 || value < lo) lo = value;
-                if (k == 0 || value > hi) hi = value;
-            }
-            m_minSum += lo;
-            m_maxSum += hi;
-        }
+    Scale s;
+    for (unsigned int i = 0; i < count; ++i) s.total += values[i];
+    if (IsZero(s.total)) s.total += kReplacement;
+    s.top = m_theme.GetSqrtMaxSum();
+    s.bottom = m_theme.GetSqrtMinSum();
+    s.scaled = std::sqrt(s.total);
+    if (m_theme.GetGraduatedMode() == KrTheme3DGraph::GraduatedConstant) {
+        s.top = m_theme.GetMaxSum();
+        s.bottom = m_theme.GetMinSum();
+        s.scaled = s.total;
+    } else if (m_theme.GetGraduatedMode() == KrTheme3DGraph::GraduatedLogarithm) {
+        s.top = m_theme.GetLogMaxSum();
+        s.bottom = m_theme.GetLogMinSum();
+        s.scaled = std::log(s.total);
     }
-    if (m_minSum < 0.0) m_minSum = 0.0;
-    if (m_maxSum < 0.0) m_maxSum = 0.0;
-    m_sqrtMaxSum = std::sqrt(m_maxSum);
-    m_sqrtMinSum = std::sqrt(m_minSum);
-    m_logMaxSum = std::log(m_maxSum);
-    m_logMinSum = std::log(m_minSum);
-
-    // The side of the layer's extent as a fraction of the globe's
-    const double f = std::sqrt(bounds.Width() * bounds.Height() / kGlobeSquareDegrees);
-    if (IsZero(m_barWidth)) m_barWidth = f * kEarthRadius / kBarWidthDivisor;
-    if (IsZero(m_maxSize.cy) && IsZero(m_minSize.cy)) {
-        const double height = f * kEarthRadius / kHeightDivisor;
-        m_maxSize = BSX::BsxSize2D(height * kSqrt2, height);
-        // A maximum sum of 0 makes this 0/0: the minimum size is then not a number, which the
-        // host's solids receive as they are
-        const double ratio = std::sqrt(m_minSum / m_maxSum);
-        m_minSize = BSX::BsxSize2D(ratio * height * kSqrt2, ratio * height);
-    }
-    SetModifiedFlag(true);
-    return true;
+    return s;
 }
 
-KrGeometry* KrTheme3DGraph::ConvertToGeometry(double* values, unsigned int count, const BsxPoint3D& position)
+double KrTheme3DGraphGeometry::BarSpacingDegrees(double barWidth, double latitude)
 {
-    // No array means no values, however many the caller claims
-    if (!values) count = 0;
-    double total = 0.0;
-    for (unsigned int i = 0; i < count; ++i) total += values[i];
-    if (IsZero(total)) total += kReplacement;
-
-    m_barSpacingDegrees = (2.0 * m_barWidth) / (std::cos(position.y * kDegToRad) * kEarthCircumference) * 360.0;
-
-    double top = m_sqrtMaxSum;
-    double bottom = m_sqrtMinSum;
-    double scaled = std::sqrt(total);
-    if (m_graduatedMode == GraduatedConstant) {
-        top = m_maxSum;
-        bottom = m_minSum;
-        scaled = total;
-    } else if (m_graduatedMode == GraduatedLogarithm) {
-        top = m_logMaxSum;
-        bottom = m_logMinSum;
-        scaled = std::log(total);
-    }
-
-    switch (m_graph.GetGraphType()) {
-    case GraphBar: return BarToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
-    case GraphPie: return PieCylinderToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
-    case GraphStackedBar:
-        return StackedBarToGeometry(values, count, position, top, bottom, total, scaled, kReplacement);
-    default: return nullptr;
-    }
+    return (2.0 * barWidth) / (std::cos(latitude * kDegToRad) * kEarthCircumference) * 360.0;
 }
 
-double KrTheme3DGraph::InterpolatedSize(double top, double bottom, double scaled) const
+double KrTheme3DGraphGeometry::InterpolatedSize(const Scale& scale) const
 {
-    double range = top - bottom;
-    if (IsZero(range)) range = IsZero(top) ? 1.0 : top;
-    const double maxH = m_maxSize.cy;
-    const double minH = m_minSize.cy;
-    return maxH - (maxH - minH) * (top - scaled) / range;
+    double range = scale.top - scale.bottom;
+    if (IsZero(range)) range = IsZero(scale.top) ? 1.0 : scale.top;
+    const double maxH = m_theme.GetMaxSize().cy;
+    const double minH = m_theme.GetMinSize().cy;
+    return maxH - (maxH - minH) * (scale.top - scale.scaled) / range;
 }
 
-void KrTheme3DGraph::AddItemText(KrGeoCompound& compound, double value, int index, double total,
-                                 const BsxPoint3D& point)
+void KrTheme3DGraphGeometry::AddItemText(KrGeoCompound& compound, double value, int index, double total,
+                                         const BsxPoint3D& point) const
 {
-    BsxUnicodeString text = GetItemString(value, index, total);
+    BsxUnicodeString text = ItemText(value, index, total);
     if (!text.IsEmpty()) text.TrimRight(L'.');
     KrSubText3D line;
     line.SetText(text);
     auto geometry = std::make_unique<KrGeoText3D>();
-    geometry->Make(m_itemTextStyle, &point, &line, 1);
+    geometry->Make(m_theme.GetItemTextStyle(), &point, &line, 1);
     compound.AddCompound(geometry.release(), true);
 }
 
-KrGeometry* KrTheme3DGraph::BarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
-                                          const double& top, const double& bottom, const double& total,
-                                          const double& scaled, const double& replacement)
+KrGeometry* KrTheme3DGraphGeometry::Bars(double* values, unsigned int count, const BsxPoint3D& position,
+                                         const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
     if (!compound) return nullptr;
-    const double size = InterpolatedSize(top, bottom, scaled);
-    const double spacing = m_barSpacingDegrees;
+    const double size = InterpolatedSize(scale);
+    const double total = scale.total;
+    const double spacing = m_theme.GetBarSpacingDegrees();
     // Centres the row of bars on the position
     const double shift = count == 0 ? 0.0 : (count - 1) * spacing * 0.5;
-    const double radius = m_barWidth * 0.5;
+    const double radius = m_theme.GetBarWidth() * 0.5;
     for (unsigned int i = 0; i < count; ++i) {
         if (!TakeValue(values, i, replacement)) continue;
         const double height = values[i] / total * size;
@@ -206,26 +151,26 @@ KrGeometry* KrTheme3DGraph::BarToGeometry(double* values, unsigned int count, co
         const double x = position.x + i * spacing;
         if (auto cylinder = NewSolid<KrGeoCylinder>(KrGeometry::GEO_CYLINDER)) {
             cylinder->Make(BsxPoint3D(x, position.y, position.z), radius, radius, height);
-            cylinder->SetStyle(&m_update.GetStyleAt(static_cast<int>(i)));
+            cylinder->SetStyle(&m_theme.GetUpdateGraph().GetStyleAt(static_cast<int>(i)));
             cylinder->Offset(-shift, 0.0);
             compound->AddCompound(cylinder.release(), true);
         }
         // The text belongs to the value, so it stands even where the host gave no solid
-        if (m_showItemText)
+        if (m_theme.IsShowItemText())
             AddItemText(*compound, values[i], static_cast<int>(i), total,
                         BsxPoint3D(x - shift, position.y, position.z + height));
     }
     return compound.release();
 }
 
-KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
-                                                 const double& top, const double& bottom, const double& total,
-                                                 const double& scaled, const double& replacement)
+KrGeometry* KrTheme3DGraphGeometry::StackedBars(double* values, unsigned int count, const BsxPoint3D& position,
+                                                const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
     if (!compound) return nullptr;
-    const double size = InterpolatedSize(top, bottom, scaled);
-    const double radius = m_barWidth * 0.5;
+    const double size = InterpolatedSize(scale);
+    const double total = scale.total;
+    const double radius = m_theme.GetBarWidth() * 0.5;
     double base = 0.0;
     for (unsigned int i = 0; i < count; ++i) {
         if (!TakeValue(values, i, replacement)) continue;
@@ -233,7 +178,7 @@ KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int co
         if (IsZero(height)) return nullptr;
         if (auto cylinder = NewSolid<KrGeoCylinder>(KrGeometry::GEO_CYLINDER)) {
             cylinder->Make(BsxPoint3D(position.x, position.y, position.z + base), radius, radius, height);
-            const KrStyle& itemStyle = m_update.GetStyleAt(static_cast<int>(i));
+            const KrStyle& itemStyle = m_theme.GetUpdateGraph().GetStyleAt(static_cast<int>(i));
             if (i == 0) {
                 cylinder->SetStyle(&itemStyle);
             } else {
@@ -245,35 +190,35 @@ KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int co
             compound->AddCompound(cylinder.release(), true);
         }
         base += height;
-        if (m_showItemText)
+        if (m_theme.IsShowItemText())
             AddItemText(*compound, values[i], static_cast<int>(i), total,
                         BsxPoint3D(position.x, position.y, position.z + base - height + height * 0.5));
     }
     return compound.release();
 }
 
-KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
-                                                  const double& top, const double& bottom, const double& total,
-                                                  const double& scaled, const double& replacement)
+KrGeometry* KrTheme3DGraphGeometry::Pie(double* values, unsigned int count, const BsxPoint3D& position,
+                                        const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
     if (!compound) return nullptr;
-    const double radius = InterpolatedSize(top, bottom, scaled) * kPieRadiusFactor;
+    const double radius = InterpolatedSize(scale) * kPieRadiusFactor;
     const double sliceHeight = radius * 0.5;
+    const double total = scale.total;
     double before = 0.0; // sum of the values ahead of item i, as the array then stands
     for (unsigned int i = 0; i < count; before += values[i], ++i) {
         if (!TakeValue(values, i, replacement)) continue;
         double sweep = values[i] / total * 360.0;
         if (count > 1) sweep -= kPieGap;
         if (sweep < kSmallestSlice) continue;
-        const double start = m_startAngle + before / total * 360.0;
+        const double start = m_theme.GetStartAngle() + before / total * 360.0;
         const double end = start + sweep;
         if (auto pie = NewSolid<KrGeoPieCylinder>(KrGeometry::GEO_PIECYLINDER)) {
             pie->Make(position, radius, radius, sweep, start, end, sliceHeight);
-            pie->SetStyle(&m_update.GetStyleAt(static_cast<int>(i)));
+            pie->SetStyle(&m_theme.GetUpdateGraph().GetStyleAt(static_cast<int>(i)));
             compound->AddCompound(pie.release(), true);
         }
-        if (m_showItemText) {
+        if (m_theme.IsShowItemText()) {
             // On the rim at the middle of the slice, level with the slice's top face like the
             // texts on bars
             const double rim = MetresToDegrees(radius);
@@ -286,16 +231,17 @@ KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int c
     return compound.release();
 }
 
-BsxUnicodeString KrTheme3DGraph::GetItemString(const double& value, const int& index, const double& total)
+BsxUnicodeString KrTheme3DGraphGeometry::ItemText(double value, int index, double total) const
 {
-    switch (m_itemTextFormat) {
-    case TextValue: return TrimmedValue(value);
-    case TextCaption: return m_graph.GetCaptionAt(index);
-    case TextCaptionPercent:
+    const Kr3DGraph& graph = m_theme.GetWorkingGraph();
+    switch (m_theme.GetItemTextFormat()) {
+    case KrTheme3DGraph::TextValue: return TrimmedValue(value);
+    case KrTheme3DGraph::TextCaption: return graph.GetCaptionAt(index);
+    case KrTheme3DGraph::TextCaptionPercent:
         if (IsZero(total)) return BsxUnicodeString();
-        return m_graph.GetCaptionAt(index) + L" " + Percent(value, total);
-    case TextCaptionValue: {
-        BsxUnicodeString text = m_graph.GetCaptionAt(index) + L" " + FormatNumber("%.5f", value);
+        return graph.GetCaptionAt(index) + L" " + Percent(value, total);
+    case KrTheme3DGraph::TextCaptionValue: {
+        BsxUnicodeString text = graph.GetCaptionAt(index) + L" " + FormatNumber("%.5f", value);
         text.TrimRight(L'0');
         text.TrimRight(L'.');
         return text;
