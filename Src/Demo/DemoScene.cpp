@@ -26,6 +26,20 @@ double DoubleArea(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b, const BSX:
     return std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
 }
 
+constexpr std::uint32_t kNoVertex = 0xFFFFFFFFu;
+
+// Mixes the bits of a longitude and a latitude, for a table probed in sequence
+size_t PlanarHash(const BSX::BsxPoint3D& p)
+{
+    std::uint64_t x = 0, y = 0;
+    std::memcpy(&x, &p.x, sizeof x);
+    std::memcpy(&y, &p.y, sizeof y);
+    std::uint64_t h = x * 0x9E3779B97F4A7C15ull ^ y;
+    h ^= h >> 31;
+    h *= 0xBF58476D1CE4E5B9ull;
+    return static_cast<size_t>(h ^ (h >> 29));
+}
+
 // An edge along the antimeridian cut or along a pole: the split pieces meet there, no wall stands
 bool IsSeam(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
 {
@@ -34,12 +48,26 @@ bool IsSeam(const BSX::BsxPoint3D& a, const BSX::BsxPoint3D& b)
 
 } // namespace
 
-size_t DemoScene::PlanarHash::operator()(const std::pair<double, double>& p) const
+void DemoScene::IndexMesh(const DemoMesh& mesh)
 {
-    std::uint64_t x = 0, y = 0;
-    std::memcpy(&x, &p.first, sizeof x);
-    std::memcpy(&y, &p.second, sizeof y);
-    return static_cast<size_t>((x * 0x9E3779B97F4A7C15ull) ^ (y + 0x7F4A7C159E3779B9ull + (x << 6) + (x >> 2)));
+    size_t capacity = 16;
+    while (capacity < 2 * mesh.vertices.size()) capacity *= 2;
+    m_meshSlots.assign(capacity, 0);
+    for (size_t k = 0; k < mesh.vertices.size(); ++k) {
+        size_t at = PlanarHash(mesh.vertices[k]) & (capacity - 1);
+        while (m_meshSlots[at] != 0) at = (at + 1) & (capacity - 1);
+        m_meshSlots[at] = static_cast<std::uint32_t>(k + 1);
+    }
+}
+
+std::uint32_t DemoScene::FindMeshVertex(const DemoMesh& mesh, const BSX::BsxPoint3D& p) const
+{
+    const size_t mask = m_meshSlots.size() - 1;
+    for (size_t at = PlanarHash(p) & mask; m_meshSlots[at] != 0; at = (at + 1) & mask) {
+        const BSX::BsxPoint3D& v = mesh.vertices[m_meshSlots[at] - 1];
+        if (v.x == p.x && v.y == p.y) return m_meshSlots[at] - 1;
+    }
+    return kNoVertex;
 }
 
 BSX::BsxPoint3D DemoScene::ToEcef(double lon, double lat, double height)
@@ -119,9 +147,7 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
     // Walls along every outline (outer rings counter-clockwise, so their faces look outwards): a
     // foot vertex per outline point, and for head the top's own vertex at that point, so that a
     // wall adds one vertex per point and the quads of a wall share them
-    m_topAt.clear();
-    m_topAt.reserve(mesh.vertices.size());
-    for (size_t k = 0; k < mesh.vertices.size(); ++k) m_topAt.emplace(PlanarKey(mesh.vertices[k]), base + static_cast<std::uint32_t>(k));
+    IndexMesh(mesh);
     for (const auto& ring : mesh.rings) {
         m_feet.clear();
         m_heads.clear();
@@ -134,8 +160,8 @@ void DemoScene::AddRegion(const DemoMesh& mesh, const KrStyle& style)
             }
             m_feet.push_back(AddVertex(ToEcef(p.x, p.y, bottom), rgba));
             // An outline point the triangulation moved (where outlines cross) gets a head of its own
-            const auto known = m_topAt.find(PlanarKey(p));
-            m_heads.push_back(known != m_topAt.end() ? known->second : AddVertex(ToEcef(p.x, p.y, top), rgba));
+            const std::uint32_t known = FindMeshVertex(mesh, p);
+            m_heads.push_back(known != kNoVertex ? base + known : AddVertex(ToEcef(p.x, p.y, top), rgba));
         }
         for (size_t k = 0; k + 1 < ring.size(); ++k) {
             if (IsSeam(ring[k], ring[k + 1])) continue;

@@ -4,8 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "BsxGeometry.h"
@@ -85,12 +83,12 @@ private:
     void AddTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c, bool outward);
     DemoVertex NewVertex(const BSX::BsxPoint3D& at, const std::array<std::uint8_t, 4>& rgba) const;
 
-    // The top vertex of each mesh point of the region being extruded, by its longitude and latitude
-    struct PlanarHash {
-        size_t operator()(const std::pair<double, double>& p) const;
-    };
-    static std::pair<double, double> PlanarKey(const BSX::BsxPoint3D& p) { return {p.x, p.y}; }
-    std::unordered_map<std::pair<double, double>, std::uint32_t, PlanarHash> m_topAt;
+    // The vertices of the mesh being extruded, by longitude and latitude, so that each outline
+    // point finds its vertex on the top: an open-addressed table of vertex numbers plus one
+    void IndexMesh(const DemoMesh& mesh);
+    // The number of the mesh vertex at p; all bits set when there is none
+    std::uint32_t FindMeshVertex(const DemoMesh& mesh, const BSX::BsxPoint3D& p) const;
+    std::vector<std::uint32_t> m_meshSlots;
     std::vector<std::uint32_t> m_feet, m_heads;
 
     double m_heightScale = 1.0;
