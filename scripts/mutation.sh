@@ -33,7 +33,7 @@ trap 'rm -rf "$work"' EXIT
 # Only files whose content differs are copied (with a fresh time), so that the build there sees
 # every change since the last run and rebuilds nothing else
 mkdir -p "$root/tree"
-git ls-files -co --exclude-standard -z -- CMakeLists.txt CMakePresets.json Src Tests Fuzz |
+git ls-files -co --exclude-standard -z -- CMakeLists.txt CMakePresets.json cmake Src Tests Fuzz |
   /usr/bin/python3 -c '
 import filecmp, os, shutil, sys
 tree = sys.argv[1]

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -58,18 +57,13 @@ BsxUnicodeString Without(BsxUnicodeString xml, const wchar_t* element)
 
 TEST(KrTheme3DGraphXmlTest, RoundTripAndGoldenText)
 {
-    KrTheme3DGraph g = Configured();
-    const BsxUnicodeString xml = g.ToXML(0, L"");
-    EXPECT_EQ(xml, g.ToXML(20090106, L"ignored"));
-    if (std::getenv("T3D_REFRESH_GOLDEN")) T3DTest::WriteData("graph_configured.xml", xml);
-    EXPECT_EQ(xml, T3DTest::ReadData("graph_configured.xml"));
-
-    KrTheme3DGraph back;
+    KrTheme3DGraph g = Configured(), back;
+    T3DTest::ExpectGolden("graph_configured.xml", g.ToXML(0, L""));
+    EXPECT_EQ(g.ToXML(20090106, L"ignored"), g.ToXML(0, L""));
     back.SetModifiedFlag(false);
-    ASSERT_TRUE(back.FromXML(xml, 0, L""));
+    ASSERT_TRUE(back.FromXML(T3DTest::ReadData("graph_configured.xml"), 0, L""));
     EXPECT_TRUE(back.IsModified());
-    // Everything written comes back: the reread theme writes the same document
-    EXPECT_EQ(back.ToXML(0, L""), xml);
+    EXPECT_EQ(back.ToXML(0, L""), g.ToXML(0, L""));
 }
 
 TEST(KrTheme3DGraphXmlTest, VersionsAndTheLog)
@@ -94,10 +88,7 @@ TEST(KrTheme3DGraphXmlTest, VersionsAndTheLog)
     EXPECT_FALSE(other.FromXML(L"<tdx:Other/>", 0, L""));
     EXPECT_EQ(LogIds(), (std::vector<std::string>{"EGg040", "EGg040"}));
     EXPECT_EQ(other.GetCount(), 2);
-    const auto& records = KrLogFile::GetInstance(false)->GetRecords();
-    EXPECT_NE(records.back().message.Find(L"KrTheme3DGraph"), -1);
-    EXPECT_EQ(records.back().sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DGraph");
-    EXPECT_EQ(records.back().level, 400);
+    EXPECT_NE(KrLogFile::GetInstance(false)->GetRecords().back().message.Find(L"KrTheme3DGraph"), -1);
 
     // Whatever kind the base part names, the theme stays a graph theme
     BsxUnicodeString foreign = g.ToXML(0, L"");

@@ -1,5 +1,8 @@
 #include "TestSupport.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -13,10 +16,13 @@ BSX::BsxUnicodeString ReadData(const std::string& name)
     return BSX::BsxUnicodeString::FromUtf8(text.str());
 }
 
-void WriteData(const std::string& name, const BSX::BsxUnicodeString& text)
+void ExpectGolden(const std::string& name, const BSX::BsxUnicodeString& text)
 {
-    std::ofstream out(std::string(T3D_TEST_DATA_DIR) + "/" + name, std::ios::binary);
-    out << text.ToUtf8();
+    if (std::getenv("T3D_REFRESH_GOLDEN")) {
+        std::ofstream(std::string(T3D_TEST_DATA_DIR) + "/" + name, std::ios::binary) << text.ToUtf8();
+        return;
+    }
+    EXPECT_EQ(text, ReadData(name)) << name;
 }
 
 std::vector<std::string> LogIds()

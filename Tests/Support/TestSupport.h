@@ -17,8 +17,10 @@ namespace T3DTest {
 inline std::string U8(const BSX::BsxUnicodeString& s) { return s.ToUtf8(); }
 // Contents of a file under Tests/Data, as UTF-8 decoded text
 BSX::BsxUnicodeString ReadData(const std::string& name);
-// Overwrites a file under Tests/Data (used to refresh golden files on purpose)
-void WriteData(const std::string& name, const BSX::BsxUnicodeString& text);
+// Expects text to be the golden file Tests/Data/<name>; with T3D_REFRESH_GOLDEN set in the
+// environment it rewrites the file instead, so that an intended change of a document is one run
+// followed by a review of the diff
+void ExpectGolden(const std::string& name, const BSX::BsxUnicodeString& text);
 // Ids of the log records written since the last ClearLog
 std::vector<std::string> LogIds();
 void ClearLog();
