@@ -91,7 +91,7 @@ void ExpectLine(KrStyle& s) { s.SetLineStyle(3); s.SetMarker3D(true); s.SetLineW
 
 } // namespace
 
-TEST(KrTheme3DCustomTest, NewThemeCopiesAndReset)
+TEST(KrTheme3DCustomTest, NewThemeAndReset)
 {
     KrTheme3DCustom t;
     EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DCustom);
@@ -99,25 +99,11 @@ TEST(KrTheme3DCustomTest, NewThemeCopiesAndReset)
     EXPECT_EQ(t.GetHashCode(), 0);
     for (int selector : {0, 1, 2, 3, -1}) EXPECT_TRUE(Query(t, selector).empty());
     t.SetAliasSuffix(L"_s");
-    EXPECT_EQ(t.GetFieldName(true), L"Theme3DCustom_s");
-    EXPECT_EQ(t.GetFieldName(false), t.GetFieldName(true));
-    for (int code : {1, 5, 6, 7, 17, 0, -2}) EXPECT_FALSE(t.CheckFieldType(code)) << code;
-    for (int code : {2, 3, 4, 16}) EXPECT_TRUE(t.CheckFieldType(code)) << code;
-
     SetAll(t);
-    KrTheme3DCustom copy(t), assigned;
-    assigned = t;
-    for (const KrTheme3DCustom* c : {&copy, &assigned}) {
-        EXPECT_EQ(c->GetAliasSuffix(), L"_s");
-        EXPECT_EQ(c->ToXML(0, L""), t.ToXML(0, L""));
-    }
-    assigned.RotateZ = L"other";
-    EXPECT_EQ(t.RotateZ, L"RotateZ");
     t.SetEmpty();
     EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DCustom);
     EXPECT_EQ(t.GetAliasSuffix(), L"_s");
     EXPECT_TRUE(Query(t, 3).empty());
-    EXPECT_EQ(copy.AltitudeMode, L"AltitudeMode");
 }
 
 TEST(KrTheme3DCustomTest, QueryFieldsPerSelectorKeepTheirNumbers)

@@ -30,20 +30,7 @@ std::vector<std::string> Texts(const BsxArray<BsxUnicodeString>& a)
 TEST(KrTheme3DGraphTest, NewThemeDefaults)
 {
     KrTheme3DGraph graph;
-    EXPECT_EQ(graph.GetType(), KrTheme3D::Theme3DGraph);
-    EXPECT_EQ(graph.GetCount(), 0);
-    EXPECT_EQ(graph.GetGraphType(), 0);
-    EXPECT_EQ(graph.GetItemTextFormat(), 1);
-    EXPECT_EQ(graph.GetGraduatedMode(), 0);
-    const KrTextStyle& text = graph.GetItemTextStyle();
-    EXPECT_EQ(text.GetForeColor(), BSXRGB(255, 255, 255));
-    EXPECT_EQ(text.GetAlign(), 7);
-    EXPECT_TRUE(text.IsFixedSize());
-    EXPECT_EQ(text.GetHeight(), 8.0);
-    EXPECT_EQ(graph.GetMaxSum(), 0);
-    EXPECT_EQ(graph.GetMinSize().cx, 0);
-    EXPECT_EQ(graph.GetFieldName(false), L"ThemeGraph");
-
+    T3DTest::ExpectGolden("graph_new.xml", graph.ToXML(0, L""));
     graph.SetMaxSumSize(100);
     EXPECT_DOUBLE_EQ(graph.GetMaxSize().cx, 141.42135623730951);
     EXPECT_EQ(graph.GetMaxSumSize(), 100);
@@ -185,15 +172,10 @@ TEST(KrTheme3DGraphTest, AssignmentKeepsOwnPreparedAndUpdateCharts)
     source.SetModifiedFlag(false);
     target = source;
     EXPECT_TRUE(target.IsModified());
-    EXPECT_EQ(target.ToXML(0, L""), source.ToXML(0, L""));
     ASSERT_EQ(target.GetUpdateGraph().GetCount(), 1);
     EXPECT_EQ(target.GetUpdateGraph().GetExpressionAt(0), L"mine");
     EXPECT_EQ(target.GetPreparedGraph().GetCount(), 1);
 
-    target = target;
-    EXPECT_EQ(target.GetCount(), 2);
-
     KrTheme3DGraph copy(target);
     EXPECT_EQ(copy.GetUpdateGraph().GetCount(), 1);
-    EXPECT_EQ(copy.ToXML(0, L""), source.ToXML(0, L""));
 }

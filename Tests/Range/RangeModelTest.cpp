@@ -94,6 +94,10 @@ TEST(KrTheme3DRangeTest, ValuesFallIntoTheirRangesInEitherOrder)
     KrTheme3DRange empty;
     for (double v : {-1.0, 0.0, 1e300}) EXPECT_EQ(empty.FindStyle(v), nullptr);
     EXPECT_TRUE(empty.IsModellingStyleEnabled(BsxVariant(1.0)));
+    EXPECT_TRUE(!empty.IsValidValueCount(0) && empty.IsValidValueCount(1));
+    // Record sets are not classified
+    KrStyle style;
+    EXPECT_FALSE(empty.FindStyle(static_cast<KrRecordset*>(nullptr), style));
 }
 
 TEST(KrTheme3DRangeTest, SearchAnswersExactlyWhatTheWalkAnswers)
@@ -201,49 +205,4 @@ TEST(KrTheme3DRangeTest, InsertingAndRemovingKeepTheRangesTogether)
     EXPECT_EQ(s.GetCount(), 2);
     s.RemoveAll();
     EXPECT_THROW(s.GetValueAt(0), std::out_of_range);
-}
-
-TEST(KrTheme3DRangeTest, CopiesAreDeepAndComplete)
-{
-    Range source;
-    source.SetExpression(L"POP");
-    source.SetDescending(true);
-    source.SetAliasSuffix(L"_1");
-    source.MakeDefault(0, 3, T3DTest::Sequence(0, 30), BsxArray<double>(), 0);
-    source.SetCaptionAt(1, L"middle");
-
-    Range target;
-    target.Add(1, Captioned(L"old"));
-    target.Add(2, Captioned(L"old"));
-    target = source;
-    EXPECT_EQ(target.ToXML(0, L""), source.ToXML(0, L""));
-    EXPECT_EQ(target.GetFieldName(true), L"POP as Theme3DRange_1");
-    target.SetCaptionAt(1, L"changed");
-    EXPECT_EQ(source.GetCaptionAt(1), L"middle");
-
-    const Range copy(source);
-    EXPECT_EQ(copy.ToXML(0, L""), source.ToXML(0, L""));
-    EXPECT_NE(copy.GetAt(0), source.GetAt(0));
-
-    Range& self = source;
-    source = self;
-    EXPECT_EQ(source.GetCount(), 3);
-    EXPECT_EQ(source.GetCaptionAt(1), L"middle");
-}
-
-TEST(KrTheme3DRangeTest, FieldNamesAndFieldTypes)
-{
-    KrTheme3DRange r;
-    r.SetAliasSuffix(L"7");
-    EXPECT_EQ(r.GetFieldName(false), L"Theme3DRange7");
-    EXPECT_EQ(r.GetFieldName(true), L"");
-    r.SetExpression(L"A+B");
-    EXPECT_EQ(r.GetFieldName(true), L"A+B as Theme3DRange7");
-    for (int type = -1; type < 20; ++type) {
-        const bool numeric = type == 2 || type == 3 || type == 4 || type == 6 || type == 7 || type == 16;
-        EXPECT_EQ(r.CheckFieldType(type), numeric) << type;
-    }
-    EXPECT_TRUE(!r.IsValidValueCount(0) && r.IsValidValueCount(1));
-    KrStyle style;
-    EXPECT_FALSE(r.FindStyle(static_cast<KrRecordset*>(nullptr), style));
 }
