@@ -2,6 +2,8 @@
 // libFuzzer records as a crash with its input.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -24,6 +26,25 @@ inline void Require(bool condition, const char* what)
     if (condition) return;
     std::fprintf(stderr, "%s\n", what);
     std::abort();
+}
+
+// The unique, range and custom targets' input: the first byte picks the revision (and, with
+// externalMode, the external-value mode), the rest is a theme document. The theme read from it
+// is written, and the text must read into `again` writing the same text. False: no input at all
+template <class Theme>
+bool ReadWrittenAgain(const std::uint8_t* data, std::size_t size, const wchar_t* dir, const char* what, Theme& again,
+                      bool externalMode)
+{
+    if (size < 1) return false;
+    const int versions[] = {0, 20090106, 20120328, 1};
+    const int version = versions[data[0] % 4];
+    Theme theme;
+    if (externalMode) theme.SetExternalValueMode(data[0] / 4 % 3);
+    theme.FromXML(BSX::BsxUnicodeString::FromUtf8(std::string(reinterpret_cast<const char*>(data) + 1, size - 1)), version, dir);
+    const BSX::BsxUnicodeString first = theme.ToXML(version, dir);
+    again.FromXML(first, version, dir);
+    SameText(first, again.ToXML(version, dir), what);
+    return true;
 }
 
 } // namespace FuzzCheck

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <string>
 
 #include "BsxArray.h"
 #include "BsxUnicodeString.h"
@@ -15,17 +14,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size < 1) return 0;
-    const int versions[] = {0, 20090106, 20120328, 1};
-    const int version = versions[data[0] % 4];
-    const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
-    KRN::KrTheme3DRange theme;
-    theme.SetExternalValueMode(data[0] / 4 % 3);
-    theme.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString(L"/d"));
-    const BSX::BsxUnicodeString first = theme.ToXML(version, BSX::BsxUnicodeString(L"/d"));
     KRN::KrTheme3DRange again;
-    again.FromXML(first, version, BSX::BsxUnicodeString(L"/d"));
-    FuzzCheck::SameText(first, again.ToXML(version, BSX::BsxUnicodeString(L"/d")), "range theme");
+    if (!FuzzCheck::ReadWrittenAgain(data, size, L"/d", "range theme", again, true)) return 0;
 
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double reals[] = {nan, HUGE_VAL, -HUGE_VAL, 1e300, -1e300, 0.0, 2.5, 1e-20};

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <string>
 
 #include "BsxUnicodeString.h"
 #include "FuzzCheck.h"
@@ -14,17 +13,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size < 1) return 0;
-    const int versions[] = {0, 20090106, 20120328, 1};
-    const int version = versions[data[0] % 4];
-    const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
-    KRN::KrTheme3DUnique theme;
-    theme.SetExternalValueMode(data[0] / 4 % 3);
-    theme.FromXML(BSX::BsxUnicodeString::FromUtf8(text), version, BSX::BsxUnicodeString(L"/d"));
-    const BSX::BsxUnicodeString first = theme.ToXML(version, BSX::BsxUnicodeString(L"/d"));
     KRN::KrTheme3DUnique again;
-    again.FromXML(first, version, BSX::BsxUnicodeString(L"/d"));
-    FuzzCheck::SameText(first, again.ToXML(version, BSX::BsxUnicodeString(L"/d")), "unique theme");
+    if (!FuzzCheck::ReadWrittenAgain(data, size, L"/d", "unique theme", again, true)) return 0;
 
     const BSX::BsxVariant values[] = {
         BSX::BsxVariant(std::numeric_limits<double>::quiet_NaN()), BSX::BsxVariant(HUGE_VAL), BSX::BsxVariant(-HUGE_VAL),

@@ -6,21 +6,11 @@
 #include <vector>
 
 #include "KrMarkup.h"
-#include "KrTheme3DStyle.h"
 #include "KrThemeXml.h"
 #include "TestSupport.h"
 
 using namespace BSX;
 using namespace KRN;
-
-namespace {
-// A theme whose type slot the reading envelope can be pointed at
-class TypedTheme : public KrTheme3DStyle {
-public:
-    explicit TypedTheme(KrTheme3DType type) { m_type = type; }
-    KrTheme3DType& TypeSlot() { return m_type; }
-};
-} // namespace
 
 TEST(ThemeXmlConventionsTest, RealsVersionsAndBooleans)
 {
@@ -83,37 +73,4 @@ TEST(ThemeXmlConventionsTest, IconNamesRelativeOnWritingAbsoluteOnReading)
     ASSERT_TRUE(ThemeXml::ReadStyle(in, L"tdx:Named", named, 0));
     EXPECT_EQ(named, style);
     EXPECT_FALSE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, named, 0));
-}
-
-TEST(ThemeXmlConventionsTest, ReadingEnvelopeKeepsTheKindsTypeCode)
-{
-    TypedTheme writer(KrTheme3D::Theme3DRange);
-    const BsxUnicodeString range = writer.KrTheme3D::ToXML(0, L"");
-    TypedTheme reader(KrTheme3D::Theme3DUnique);
-    int version = 0;
-    auto read = [&](KrTheme3D::KrTheme3DType own, const BsxUnicodeString& text, int v) {
-        version = v;
-        return ThemeXml::BeginRead(reader, reader.TypeSlot(), own, text, version);
-    };
-    EXPECT_EQ(read(KrTheme3D::Theme3DUnique, range, 0), ThemeXml::ReadStatus::ForeignType);
-    EXPECT_EQ(version, 20090106);
-    EXPECT_EQ(reader.GetType(), KrTheme3D::Theme3DUnique);
-    EXPECT_EQ(read(KrTheme3D::Theme3DUnique, range, 12345), ThemeXml::ReadStatus::Unsupported);
-    EXPECT_EQ(read(KrTheme3D::Theme3DUnique, L"", 0), ThemeXml::ReadStatus::Empty);
-    EXPECT_EQ(read(KrTheme3D::Theme3DUnique, L"<tdx:Theme3D>", 0), ThemeXml::ReadStatus::BaseFailed);
-    EXPECT_EQ(read(KrTheme3D::Theme3DRange, range, 0), ThemeXml::ReadStatus::Read);
-    EXPECT_EQ(reader.GetType(), KrTheme3D::Theme3DRange);
-
-    // The writing envelope refuses unsupported versions and opens the root otherwise
-    KrMarkup m;
-    BsxUnicodeString result = L"stale";
-    version = 12345;
-    EXPECT_FALSE(ThemeXml::BeginWrite(writer, version, m, result));
-    EXPECT_EQ(result, L"");
-    version = 0;
-    ASSERT_TRUE(ThemeXml::BeginWrite(writer, version, m, result));
-    ThemeXml::AddReal(m, L"tdx:Half", 0.5);
-    KrMarkup back(m.GetDoc().Cstr());
-    ASSERT_TRUE(back.FindChildElem(L"tdx:Half"));
-    EXPECT_EQ(back.GetChildData(), L"0.5");
 }

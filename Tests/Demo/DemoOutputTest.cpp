@@ -89,62 +89,47 @@ std::uint32_t U32(const std::string& b, size_t at)
     return v;
 }
 
-// Reads a .glb back: header and chunks, buffer views inside the buffer, accessors inside their
-// views with the bounds they claim; answers the radius range of every position on the globe
+// The chunks of a .glb: its JSON and its binary buffer (empty when the file is malformed)
+std::pair<json, std::string> ReadGlb(const std::string& path)
+{
+    const std::string b = ReadBytes(path);
+    if (b.size() < 28) return {};
+    const std::uint32_t jsonLength = U32(b, 12);
+    if (20u + jsonLength + 8u > b.size()) return {};
+    return {json::parse(b.substr(20, jsonLength), nullptr, false), b.substr(20 + jsonLength + 8)};
+}
+
+// Bytes of an accessor's element i (tightly packed views)
+const char* Element(const json& doc, const std::string& bin, int accessor, size_t i, size_t size)
+{
+    const json& a = doc["accessors"][accessor];
+    const json& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
+    const size_t at = view["byteOffset"].get<size_t>() + a.value("byteOffset", size_t(0)) + i * size;
+    return at + size <= bin.size() ? bin.data() + at : nullptr;
+}
+
+// The smallest and largest distance from the Earth's centre of the vertices of a .glb (the glTF
+// validator checks the file's structure)
 void CheckGlb(const std::string& path, double& minRadius, double& maxRadius)
 {
     SCOPED_TRACE(path);
-    const std::string b = ReadBytes(path);
-    ASSERT_GE(b.size(), 20u);
-    EXPECT_EQ(U32(b, 0), 0x46546C67u);
-    EXPECT_EQ(U32(b, 4), 2u);
-    ASSERT_EQ(U32(b, 8), b.size());
-    const std::uint32_t jsonLength = U32(b, 12);
-    EXPECT_EQ(U32(b, 16), 0x4E4F534Au);
-    ASSERT_EQ(jsonLength % 4, 0u);
-    ASSERT_LE(20u + jsonLength + 8u, b.size());
-    const json doc = json::parse(b.substr(20, jsonLength), nullptr, false);
-    ASSERT_FALSE(doc.is_discarded());
-    const size_t binAt = 20 + jsonLength;
-    const std::uint32_t binLength = U32(b, binAt);
-    EXPECT_EQ(U32(b, binAt + 4), 0x004E4942u);
-    ASSERT_EQ(binAt + 8 + binLength, b.size());
-    ASSERT_EQ(doc["buffers"].size(), 1u);
-    EXPECT_EQ(doc["buffers"][0]["byteLength"].get<size_t>(), binLength);
-    const char* bin = b.data() + binAt + 8;
-
-    for (const auto& view : doc["bufferViews"]) {
-        EXPECT_EQ(view["byteOffset"].get<size_t>() % 4, 0u);
-        EXPECT_LE(view["byteOffset"].get<size_t>() + view["byteLength"].get<size_t>(), binLength);
-    }
-    const auto& t = doc["nodes"][0]["translation"];
-    const double origin[3] = {t[0].get<double>(), t[1].get<double>(), t[2].get<double>()};
+    const auto [doc, bin] = ReadGlb(path);
+    ASSERT_TRUE(doc.is_object());
+    double origin[3];
+    for (int k = 0; k < 3; ++k) origin[k] = doc["nodes"][0]["translation"][k];
     minRadius = 1e300, maxRadius = 0;
     for (const auto& mesh : doc["meshes"]) {
         for (const auto& primitive : mesh["primitives"]) {
-            const auto& a = doc["accessors"][primitive["attributes"]["POSITION"].get<size_t>()];
-            const auto& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
-            const size_t count = a["count"].get<size_t>();
-            const size_t at = a.value("byteOffset", size_t(0));
-            const size_t viewAt = view["byteOffset"].get<size_t>();
-            ASSERT_EQ(a["componentType"].get<int>(), 5126);
-            ASSERT_LE(at + count * 12, view["byteLength"].get<size_t>());
-            float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
-            for (size_t i = 0; i < count; ++i) {
+            const int positions = primitive["attributes"]["POSITION"];
+            for (size_t i = 0; i < doc["accessors"][positions]["count"].get<size_t>(); ++i) {
+                const char* at = Element(doc, bin, positions, i, 12);
+                ASSERT_TRUE(at);
                 float p[3];
-                std::memcpy(p, bin + viewAt + at + i * 12, sizeof p);
+                std::memcpy(p, at, sizeof p);
                 double r2 = 0;
-                for (int k = 0; k < 3; ++k) {
-                    lo[k] = std::min(lo[k], p[k]);
-                    hi[k] = std::max(hi[k], p[k]);
-                    r2 += (p[k] + origin[k]) * (p[k] + origin[k]);
-                }
+                for (int k = 0; k < 3; ++k) r2 += (p[k] + origin[k]) * (p[k] + origin[k]);
                 minRadius = std::min(minRadius, std::sqrt(r2));
                 maxRadius = std::max(maxRadius, std::sqrt(r2));
-            }
-            for (int k = 0; k < 3; ++k) {
-                EXPECT_EQ(a["min"][k].get<float>(), lo[k]);
-                EXPECT_EQ(a["max"][k].get<float>(), hi[k]);
             }
         }
     }
@@ -428,29 +413,6 @@ TEST(DemoResults, NumericClassesSortAsNumbersAndTheClassLimitIsStated)
     EXPECT_EQ(all.output.find("warning"), std::string::npos) << all.output;
     EXPECT_EQ(ReadJson(out + "/unique.legend.json")["classLimit"].get<int>(), 1024);
 }
-
-namespace {
-
-// The chunks of a .glb: its JSON and its binary buffer (empty when the file is malformed)
-std::pair<json, std::string> ReadGlb(const std::string& path)
-{
-    const std::string b = ReadBytes(path);
-    if (b.size() < 28) return {};
-    const std::uint32_t jsonLength = U32(b, 12);
-    if (20u + jsonLength + 8u > b.size()) return {};
-    return {json::parse(b.substr(20, jsonLength), nullptr, false), b.substr(20 + jsonLength + 8)};
-}
-
-// Bytes of an accessor's element i (tightly packed views)
-const char* Element(const json& doc, const std::string& bin, int accessor, size_t i, size_t size)
-{
-    const json& a = doc["accessors"][accessor];
-    const json& view = doc["bufferViews"][a["bufferView"].get<size_t>()];
-    const size_t at = view["byteOffset"].get<size_t>() + a.value("byteOffset", size_t(0)) + i * size;
-    return at + size <= bin.size() ? bin.data() + at : nullptr;
-}
-
-} // namespace
 
 TEST(DemoTour, ManifestNamesEveryThemeAndSceneVerticesNameTheirFeatureAndLegendColour)
 {

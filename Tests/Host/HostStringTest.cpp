@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "BsxArray.h"
-#include "BsxColor.h"
 #include "BsxDict.h"
 #include "BsxTime.h"
 #include "BsxUnicodeString.h"
@@ -137,14 +136,6 @@ TEST(BsxVariantTest, TagsTextAndDates)
     EXPECT_EQ(BsxVariant(t, BsxVariant::VT_DATE).ToString(), L"2024-02-29 13:05:09");
     // Out-of-range and NaN dates show the epoch instead of failing
     EXPECT_EQ(BsxTime(1e300).GetYear(), 1899);
-}
-
-TEST(BsxColorTest, PackersAndExtractorsAgree)
-{
-    const BsxColor c = BSXRGBA(12, 34, 56, 78);
-    EXPECT_EQ(std::vector<unsigned>({BSXREDVAL(c), BSXGREENVAL(c), BSXBLUEVAL(c), BSXALPHAVAL(c)}),
-              std::vector<unsigned>({12, 34, 56, 78}));
-    EXPECT_EQ(BSXALPHAVAL(BSXRGB(1, 2, 3)), 255u);
 }
 
 TEST(KrFileTest, RelativeAndAbsolutePaths)
