@@ -1,0 +1,237 @@
+"""Tiles one theme of a vector layer on a Dask cluster: python3 -m t3d.tile LAYER --range FIELD ...
+
+Without --scheduler the job starts a LocalCluster on this machine (worker processes, one thread
+each); with one it joins that cluster. Pass 1 summarises the layer span by span of feature
+identifiers on the workers and the driver merges the summaries in span order into the tree and
+the theme. Pass 2 draws every node of the tree as a task that depends on its children: leaves
+read their own features through the source's spatial filter, coarser tiles read again, by
+identifier, what their children hand up. Each worker process keeps its own prepared job (a clone
+of the theme, its own reading of the source); workers write the tiles, and the driver writes the
+theme's document and, last, tileset.json. The result is the same bytes as `t3d_demo --tiles`
+with the same options.
+"""
+import argparse
+import hashlib
+import os
+import sys
+import threading
+import time
+
+from . import _t3d
+
+# The demo's options that a tiling job takes, with how many values each has
+_DEMO_OPTIONS = {
+    "--layer": 1, "--out": 1, "--name": 1, "--tile-features": 1, "--height-scale": 1,
+    "--range": 1, "--method": 1, "--classes": 1, "--interval": 1, "--unique": 1, "--max-classes": 1,
+    "--label": 1, "--format": 1, "--chart": 1, "--fields": 1, "--series-scale": 1, "--bar-width": 1,
+    "--size-range": 1, "--custom": 1, "--theme": 1, "--x-field": 1, "--y-field": 1, "--lenient": 0,
+}
+
+# Jobs prepared in this worker process, by their options and merged summary
+_jobs = {}
+_jobs_lock = threading.Lock()
+
+
+def _job(args, merged):
+    """The worker's own prepared job (tree, theme clone, source reader), made on first use."""
+    key = (tuple(args), hashlib.sha1(merged).hexdigest())
+    with _jobs_lock:
+        job = _jobs.get(key)
+        if job is None:
+            job = _t3d.TileJob(list(args))
+            job.prepare(merged)
+            _jobs.clear()
+            _jobs[key] = job
+        return job
+
+
+def _summarise(args, span, spans):
+    return _t3d.TileJob(list(args)).summarise_span(span, spans)
+
+
+def _draw(args, merged, index, *children):
+    return _job(args, merged).draw_node(index, list(children))
+
+
+def _remove_tiles(tiles):
+    """Removes what an earlier run left: tiles, label lists, hidden temporary files."""
+    if not os.path.isdir(tiles):
+        return
+    for name in os.listdir(tiles):
+        if name.startswith(".") or name.endswith(".glb") or name.endswith(".labels.json"):
+            os.remove(os.path.join(tiles, name))
+
+
+def _hidden_leftovers(tiles):
+    """Temporary files of writes that a killed worker left half done."""
+    for name in os.listdir(tiles):
+        if name.startswith("."):
+            os.remove(os.path.join(tiles, name))
+
+
+def parse(argv):
+    parser = argparse.ArgumentParser(
+        prog="python3 -m t3d.tile",
+        description="Tiles one theme of a vector layer on a Dask cluster; the tileset is the same bytes "
+                    "as t3d_demo --tiles writes with the same options.")
+    parser.add_argument("layer", help="vector data set (any format GDAL reads)")
+    parser.add_argument("--scheduler", help="address of a running scheduler (tcp://HOST:8786); "
+                        "without it a LocalCluster is started")
+    parser.add_argument("--workers", type=int, default=os.cpu_count() or 1,
+                        help="worker processes of the LocalCluster (default: one per core)")
+    parser.add_argument("--field", help="with --theme range|unique|label: the field (as --range FIELD)")
+    parser.add_argument("--theme", help="range, unique or label with --field; otherwise a saved theme document")
+    parser.add_argument("--quiet", action="store_true", help="no report on standard output")
+    for option, values in _DEMO_OPTIONS.items():
+        if option == "--theme":
+            continue
+        if values:
+            parser.add_argument(option, dest="demo" + option.replace("-", "_"))
+        else:
+            parser.add_argument(option, dest="demo" + option.replace("-", "_"), action="store_true")
+    options = parser.parse_args(argv)
+    args = ["--data", options.layer, "--no-progress"]
+    if options.theme in ("range", "unique", "label"):
+        if not options.field:
+            parser.error("--theme %s needs --field" % options.theme)
+        args += ["--" + options.theme, options.field]
+    elif options.theme:
+        args += ["--theme", options.theme]
+    for option, values in _DEMO_OPTIONS.items():
+        if option == "--theme":
+            continue
+        value = getattr(options, "demo" + option.replace("-", "_"))
+        if values and value is not None:
+            args += [option, value]
+        elif not values and value:
+            args.append(option)
+    return options, args
+
+
+class Report:
+    """What a run did: times, sizes and the bytes its steps handed around."""
+
+    def __init__(self):
+        self.spans = 0
+        self.nodes = 0
+        self.features = 0
+        self.seconds = {}
+        self.to_driver = 0
+        self.from_driver = 0
+        self.between_workers = 0
+        self.tileset = ""
+
+    def __str__(self):
+        return ("%d features in %d spans, %d tiles; scan %.1f s, tiles %.1f s, %.1f s in all; "
+                "bytes to the driver %d, from the driver %d, between workers %d; tileset: %s" % (
+                    self.features, self.spans, self.nodes, self.seconds.get("scan", 0.0),
+                    self.seconds.get("tiles", 0.0), self.seconds.get("all", 0.0), self.to_driver,
+                    self.from_driver, self.between_workers, self.tileset))
+
+
+def _worker_sent(client):
+    def sent(dask_worker):
+        return dask_worker.transfer_outgoing_bytes_total
+    return sum(client.run(sent).values())
+
+
+def run(args, client, on_node=None):
+    """Tiles the layer with the demo options args on the cluster of client; answers a Report.
+
+    on_node(count), when given, is called on the driver as each node finishes (the fault test
+    uses it to kill a worker in the middle of the tiles). Raises t3d.Error with the module's
+    message when a step fails.
+    """
+    from distributed import as_completed
+
+    report = Report()
+    started = time.monotonic()
+    driver = _t3d.TileJob(list(args))
+    spans = driver.count_spans()
+    report.spans = spans
+    sent_before = _worker_sent(client)
+    # Pass 1: a task per span, merged here in span order
+    parts = client.map(_summarise, [tuple(args)] * spans, range(spans), [spans] * spans, pure=False)
+    summaries = client.gather(parts)
+    report.to_driver += sum(len(s) for s in summaries)
+    merged = driver.merge(summaries)
+    del parts, summaries
+    driver.prepare(merged)
+    report.features = driver.features
+    report.seconds["scan"] = time.monotonic() - started
+
+    # Pass 2: the tree's nodes, each a task after its children
+    theme_dir = os.path.join(driver.out_dir, driver.name)
+    tiles = os.path.join(theme_dir, "tiles")
+    tileset = os.path.join(theme_dir, "tileset.json")
+    if os.path.exists(tileset):
+        os.remove(tileset)
+    os.makedirs(tiles, exist_ok=True)
+    _remove_tiles(tiles)
+    nodes = driver.nodes()
+    report.nodes = len(nodes)
+    workers = len(client.scheduler_info()["workers"])
+    shared = client.scatter(merged, broadcast=True)
+    report.from_driver += len(merged) * max(1, workers)
+    futures = [None] * len(nodes)
+    # Parents come before their children in the list: submit from the end
+    for index in range(len(nodes) - 1, -1, -1):
+        children = [futures[c] for c in nodes[index][1]]
+        futures[index] = client.submit(_draw, tuple(args), shared, index, *children, pure=False,
+                                       key="t3d-node-%d-%s" % (index, os.urandom(4).hex()))
+    tiles_started = time.monotonic()
+    done = 0
+    try:
+        for future in as_completed(futures):
+            future.result()
+            done += 1
+            if on_node:
+                on_node(done)
+        results = client.gather(futures)
+    except BaseException:
+        # No tileset names the tiles of a failed run
+        client.cancel(futures)
+        _remove_tiles(tiles)
+        raise
+    report.to_driver += sum(len(r) for r in results)
+    report.between_workers = max(0, _worker_sent(client) - sent_before - report.to_driver)
+    _hidden_leftovers(tiles)
+    driver.finish(results)
+    report.tileset = tileset
+    report.seconds["tiles"] = time.monotonic() - tiles_started
+    report.seconds["all"] = time.monotonic() - started
+    return report
+
+
+def main(argv=None):
+    options, args = parse(sys.argv[1:] if argv is None else argv)
+    from distributed import Client, LocalCluster
+
+    try:
+        if options.scheduler:
+            client = Client(options.scheduler)
+            cluster = None
+        else:
+            cluster = LocalCluster(n_workers=max(1, options.workers), threads_per_worker=1, processes=True,
+                                   dashboard_address=None)
+            client = Client(cluster)
+        try:
+            # The tasks' functions go to the workers by reference to this module, which they import
+            # themselves; run as a script, this file is __main__ and would travel by value
+            from t3d import tile
+
+            report = tile.run(args, client)
+        finally:
+            client.close()
+            if cluster is not None:
+                cluster.close()
+    except _t3d.Error as e:
+        print("t3d.tile: %s" % e, file=sys.stderr)
+        return 2
+    if not options.quiet:
+        print(report)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

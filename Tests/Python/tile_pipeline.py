@@ -1,0 +1,68 @@
+"""The Dask pipeline on a LocalCluster of two worker processes, on the buildings layer that the
+demo's tile tests draw single-process: the same bytes, even with a worker killed while the tiles
+are drawn, and failures that name their cause and leave no tileset behind.
+
+Run by ctest after the demo's tile runs (T3D_TILES_DIR names their folder)."""
+import os
+import signal
+
+import pytest
+from distributed import Client, LocalCluster
+
+import t3d
+from t3d import tile
+
+TILES = os.environ["T3D_TILES_DIR"]
+# The options of the single-process run the pipeline must match (see Tests/Demo/CMakeLists.txt)
+ARGS = ["--data", os.path.join(TILES, "buildings.gpkg"), "--no-progress", "--tile-features", "1024",
+        "--range", "height"]
+
+
+@pytest.fixture(scope="module")
+def client():
+    with LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
+        with Client(cluster) as c:
+            yield c
+
+
+def files(root):
+    out = {}
+    for folder, _, names in os.walk(root):
+        for name in names:
+            path = os.path.join(folder, name)
+            with open(path, "rb") as f:
+                out[os.path.relpath(path, root)] = f.read()
+    return out
+
+
+def test_killed_worker_changes_no_byte(client, tmp_path):
+    killed = []
+
+    def kill_one(done):
+        # In the middle of the tiles: after the first nodes, while others are being drawn
+        if done == 3 and not killed:
+            pids = client.run(os.getpid)
+            pid = sorted(pids.values())[0]
+            os.kill(pid, signal.SIGKILL)
+            killed.append(pid)
+
+    report = tile.run(ARGS + ["--out", str(tmp_path)], client, on_node=kill_one)
+    assert killed, "the tree was too small to kill a worker in the middle of it"
+    assert report.nodes > 3 and report.features == 50000
+    single = files(os.path.join(TILES, "threads1", "range"))
+    ours = files(tmp_path / "range")
+    assert sorted(ours) == sorted(single)
+    differing = [name for name in single if single[name] != ours[name]]
+    assert not differing, "differ from the single-process tileset: %s" % differing[:5]
+    # New worker processes took the killed one's place and its tiles
+    assert killed[0] not in client.run(os.getpid).values()
+
+
+@pytest.mark.parametrize("args,message", [
+    (["--range", "no_such_field"], "no field 'no_such_field'"),
+    (["--unique", "use", "--range", "height"], "one theme"),
+])
+def test_bad_job_fails_with_its_reason(client, tmp_path, args, message):
+    with pytest.raises(t3d.Error, match=message):
+        tile.run(ARGS[:5] + args + ["--out", str(tmp_path)], client)
+    assert not (tmp_path / "range" / "tileset.json").exists()
