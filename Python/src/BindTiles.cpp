@@ -54,6 +54,8 @@ void BindTiles(py::module_& m)
         .def_property_readonly("out_dir", [](const KRN::DemoTileJob& j) { return j.GetOptions().outDir; })
         .def_property_readonly("data", [](const KRN::DemoTileJob& j) { return j.GetOptions().dataPath; })
         .def_property_readonly("features", &KRN::DemoTileJob::GetFeatures, "Features read by the scan (after prepare)")
+        .def_property_readonly("skipped", &KRN::DemoTileJob::GetSkipped,
+                               "Features the scan could not read and skipped (--lenient; after prepare)")
         .def("count_spans", [](KRN::DemoTileJob& j) {
             long long spans = 0;
             Run([&](std::string& e) { return j.CountSpans(spans, e); });

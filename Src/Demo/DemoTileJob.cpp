@@ -171,7 +171,7 @@ bool DemoTileJob::Planned(std::string& error)
         return false;
     }
     DemoLayerStream stream;
-    if (!stream.Open(m_options.dataPath, m_options.layerName, error)) return false;
+    if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     double west = 0, south = 0, east = 0, north = 0;
     if (!stream.GetExtent(west, south, east, north)) {
         error = "the layer '" + stream.GetName() + "' has no extent to tile";
@@ -190,7 +190,7 @@ bool DemoTileJob::Planned(std::string& error)
 bool DemoTileJob::CountSpans(long long& spans, std::string& error)
 {
     DemoLayerStream stream;
-    if (!stream.Open(m_options.dataPath, m_options.layerName, error)) return false;
+    if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     spans = DemoTiler::SpanCount(stream);
     return true;
 }
@@ -199,7 +199,7 @@ bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& by
 {
     if (!Planned(error)) return false;
     DemoLayerStream stream;
-    if (!stream.Open(m_options.dataPath, m_options.layerName, error)) return false;
+    if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     // The tiler's scan of a span, with the identifiers of the anchored features beside it for
     // the sample (each process reads the sample's features again by identifier)
     DemoLayerSummary summary(m_plan);
@@ -212,6 +212,13 @@ bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& by
         summary.Add(f);
         if (f.hasAnchor) Offer(sample, fid);
     }
+    // Read strictly, a record GDAL cannot read fails the span with its identifier; read
+    // leniently, it is skipped and counted
+    if (!stream.GetError().empty()) {
+        error = stream.GetError();
+        return false;
+    }
+    summary.AddSkipped(stream.GetSkipped());
     bytes = Pack(summary.ToBytes(), sample);
     return true;
 }
@@ -255,7 +262,7 @@ bool DemoTileJob::Prepare(const std::string& merged, std::string& error)
     m_tree.Build(static_cast<std::uint64_t>(m_options.tileFeatures));
     // The sample, as the tiler's scan keeps it: attributes and anchors, in identifier order
     DemoLayerStream stream;
-    if (!stream.Open(m_options.dataPath, m_options.layerName, error)) return false;
+    if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     std::sort(fids.begin(), fids.end());
     m_sample.features.clear();
     for (long long fid : fids) {
@@ -281,6 +288,7 @@ bool DemoTileJob::Prepare(const std::string& merged, std::string& error)
     if (m_needs.front().chart >= 0)
         settings.chartTotals = std::make_shared<DemoChartTotals>(m_summary.GetChartTotals(static_cast<size_t>(m_needs.front().chart)));
     settings.geometryKinds = m_summary.GetGeometryKinds();
+    settings.read = m_options.read;
     std::unique_ptr<KrTheme3D> clone(m_factory->CloneTheme3D(m_master.get()));
     if (!clone) {
         error = "the factory could not clone the " + m_name + " theme";

@@ -58,11 +58,23 @@ def test_killed_worker_changes_no_byte(client, tmp_path):
     assert killed[0] not in client.run(os.getpid).values()
 
 
+# Places with one record whose coordinates are no numbers (the demo's own lenient-reading data)
+PLACES = ["--data", os.path.join(os.environ["T3D_DEMO_TEST_DATA"], "places.csv"), "--x-field", "lon", "--y-field",
+          "lat", "--label", "country"]
+
+
 @pytest.mark.parametrize("args,message", [
-    (["--range", "no_such_field"], "no field 'no_such_field'"),
-    (["--unique", "use", "--range", "height"], "one theme"),
+    (ARGS[:5] + ["--range", "no_such_field"], "no field 'no_such_field'"),
+    (ARGS[:5] + ["--unique", "use", "--range", "height"], "one theme"),
+    (PLACES, r"feature \d+ of the layer 'places' has no number in 'lon' or 'lat'"),
 ])
 def test_bad_job_fails_with_its_reason(client, tmp_path, args, message):
     with pytest.raises(t3d.Error, match=message):
-        tile.run(ARGS[:5] + args + ["--out", str(tmp_path)], client)
-    assert not (tmp_path / "range" / "tileset.json").exists()
+        tile.run(args + ["--out", str(tmp_path)], client)
+    assert not list(tmp_path.glob("*/tileset.json"))
+
+
+def test_lenient_job_skips_and_counts(client, tmp_path):
+    report = tile.run(PLACES + ["--lenient", "--out", str(tmp_path)], client)
+    assert report.skipped == 1 and report.features > 0
+    assert (tmp_path / "label" / "tileset.json").exists()
