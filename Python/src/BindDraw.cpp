@@ -162,11 +162,12 @@ std::unique_ptr<Layer> MakeLayer(const std::string& geometry, const Coords& coor
     return out;
 }
 
-std::unique_ptr<KrTheme3D> BuildTheme(const py::object& kind, const Layer& layer, const std::string& field,
-                                      const py::object& method, int classes, double interval,
-                                      const std::vector<std::string>& charts, const std::string& format,
-                                      const std::vector<std::pair<std::string, std::string>>& custom,
-                                      const py::object& statistics, const std::vector<double>& quantileBreaks)
+// The theme, owned by the caller
+KrTheme3D* BuildTheme(const py::object& kind, const Layer& layer, const std::string& field,
+                      const py::object& method, int classes, double interval,
+                      const std::vector<std::string>& charts, const std::string& format,
+                      const std::vector<std::pair<std::string, std::string>>& custom,
+                      const py::object& statistics, const std::vector<double>& quantileBreaks)
 {
     DemoThemeRequest request;
     request.kind = KindCode(kind);
@@ -189,7 +190,7 @@ std::unique_ptr<KrTheme3D> BuildTheme(const py::object& kind, const Layer& layer
     const LogMark mark;
     const auto create = [](int code) { return Factory().NewTheme3D(code); };
     if (!DemoThemeBuilder::Build(request, layer.layer, create, theme, error)) mark.Fail(error);
-    return theme;
+    return theme.release();
 }
 
 py::dict DrawTile(KrTheme3D& theme, const Layer& tile, const Layer* context, double heightScale)
@@ -281,7 +282,7 @@ void BindDraw(py::module_& m)
             return out;
         }, "Where each feature's label and chart stand (lon, lat), None when it has no place");
 
-    m.def("build_theme", &BuildTheme, py::arg("kind"), py::arg("layer"), py::arg("field") = "",
+    m.def("build_theme", &BuildTheme, py::return_value_policy::take_ownership, py::arg("kind"), py::arg("layer"), py::arg("field") = "",
           py::arg("method") = py::none(), py::arg("classes") = 5, py::arg("interval") = 0.0,
           py::arg("charts") = std::vector<std::string>(), py::arg("format") = "",
           py::arg("custom") = std::vector<std::pair<std::string, std::string>>(), py::arg("statistics") = py::none(),

@@ -170,7 +170,8 @@ void BindThemes(py::module_& m)
              "The theme's document; icon paths are made relative to path")
         .def("from_xml", &FromXml, py::arg("xml"), py::arg("version") = kDefaultVersion, py::arg("path") = "",
              "Replaces the theme's state by a document of its kind")
-        .def("clone", &Clone, "A deep copy made by the factory")
+        .def("clone", [](KrTheme3D& t) { return Clone(t).release(); }, py::return_value_policy::take_ownership,
+             "A deep copy made by the factory")
         .def("refresh", [](KrTheme3D& t) { t.PrepareTheme(); t.UpdateTheme(); },
              "Runs the refresh cycle, so that drawing reads the edited state");
 
@@ -261,9 +262,14 @@ void BindThemes(py::module_& m)
             return out;
         }, "The twenty property expressions by name (empty: the property is left alone)");
 
-    m.def("new_theme", &NewTheme, py::arg("kind"),
+    // Themes reach Python as plain pointers it takes over: pybind11 then makes the holder of the
+    // theme's own kind from the pointer, where it would reuse a holder of the base class as is
+    m.def("new_theme", [](const py::object& kind) { return NewTheme(kind).release(); },
+          py::return_value_policy::take_ownership, py::arg("kind"),
           "An empty theme from the plug-in's factory: kind is a name (unique, range, label, graph, custom) or code 1-5");
-    m.def("theme_from_xml", &ThemeFromXml, py::arg("xml"), py::arg("version") = kDefaultVersion, py::arg("path") = "",
+    m.def("theme_from_xml", [](const std::string& xml, int version, const std::string& path) {
+        return ThemeFromXml(xml, version, path).release();
+    }, py::return_value_policy::take_ownership, py::arg("xml"), py::arg("version") = kDefaultVersion, py::arg("path") = "",
           "A theme of the kind the document names, read from it");
 }
 
