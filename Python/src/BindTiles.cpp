@@ -72,10 +72,11 @@ void BindTiles(py::module_& m)
             Run([&](std::string& e) { return j.Merge(texts, bytes, e); });
             return py::bytes(bytes);
         }, py::arg("parts"), "The spans' summaries merged in the order given")
-        .def("prepare", [](KRN::DemoTileJob& j, const py::bytes& merged) {
+        .def("prepare", [](KRN::DemoTileJob& j, const py::bytes& merged, bool drawing) {
             const std::string bytes = merged;
-            Run([&](std::string& e) { return j.Prepare(bytes, e); });
-        }, py::arg("merged"), "Builds the tree and a theme of its own from the merged summary")
+            Run([&](std::string& e) { return j.Prepare(bytes, drawing, e); });
+        }, py::arg("merged"), py::arg("drawing") = true,
+           "Builds the tree and (drawing) a theme of its own from the merged summary")
         .def("nodes", [](const KRN::DemoTileJob& j) {
             py::list out;
             for (const KRN::DemoTileNode& n : j.GetTree().GetNodes())

@@ -157,7 +157,9 @@ def run(args, client, on_node=None):
     report.to_driver += sum(len(s) for s in summaries)
     merged = driver.merge(summaries)
     del parts, summaries
-    driver.prepare(merged)
+    # The tree is enough to hand out the nodes; the driver builds its theme (for the theme's
+    # document) while the workers draw
+    driver.prepare(merged, drawing=False)
     report.features = driver.features
     report.skipped = driver.skipped
     report.seconds["scan"] = time.monotonic() - started
@@ -184,6 +186,7 @@ def run(args, client, on_node=None):
     tiles_started = time.monotonic()
     done = 0
     try:
+        driver.prepare(merged)
         for future in as_completed(futures):
             future.result()
             done += 1

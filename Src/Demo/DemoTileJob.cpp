@@ -247,7 +247,7 @@ bool DemoTileJob::Merge(const std::vector<std::string>& parts, std::string& byte
     return true;
 }
 
-bool DemoTileJob::Prepare(const std::string& merged, std::string& error)
+bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& error)
 {
     if (!Planned(error)) return false;
     std::string summaryBytes;
@@ -260,6 +260,11 @@ bool DemoTileJob::Prepare(const std::string& merged, std::string& error)
     m_tree.SetExtent(m_plan.extent[0], m_plan.extent[1], m_plan.extent[2], m_plan.extent[3]);
     m_summary.CountInto(m_tree);
     m_tree.Build(static_cast<std::uint64_t>(m_options.tileFeatures));
+    // A kind given on the command line names the folder; a saved theme's kind is known once read
+    if (!drawing && (!m_run.name.empty() || m_run.request.kind != 0)) {
+        m_name = m_run.name.empty() ? DemoThemeBuilder::KindName(m_run.request.kind) : m_run.name;
+        return true;
+    }
     // The sample, as the tiler's scan keeps it: attributes and anchors, in identifier order
     DemoLayerStream stream;
     if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;

@@ -34,9 +34,9 @@ public:
     // The spans' bytes merged in the order given
     bool Merge(const std::vector<std::string>& parts, std::string& bytes, std::string& error) const;
 
-    // Builds the tree and the theme from the merged bytes (the sample's features are read again
-    // by identifier). False with a message.
-    bool Prepare(const std::string& merged, std::string& error);
+    // Builds the tree and, for drawing and the documents, the theme from the merged bytes (the
+    // sample's features are read again by identifier). False with a message.
+    bool Prepare(const std::string& merged, bool drawing, std::string& error);
     const DemoTileTree& GetTree() const { return m_tree; }
     std::uint64_t GetFeatures() const { return m_summary.GetFeatures(); }
     std::uint64_t GetSkipped() const { return m_summary.GetSkipped(); }
