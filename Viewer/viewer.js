@@ -195,7 +195,22 @@ function showPick(layer, record, name) {
   t3d.viewer.scene.requestRender();
 }
 
-function onClick(viewer, position) {
+// A picked feature's record: a scene's come with its layer; a tileset keeps those of each content
+// beside it, fetched the first time one of its features is picked
+async function recordOf(layer, picked) {
+  if (!layer.theme.tileset) return layer.features[picked.featureId];
+  const content = picked.content && picked.content.url;
+  if (!content || !layer.theme.tileFeatures) return undefined;
+  const url = new URL(content, sceneUrl);
+  url.pathname = url.pathname.replace(/\.glb$/, layer.theme.tileFeatures);
+  layer.tileRecords = layer.tileRecords || new Map();
+  if (!layer.tileRecords.has(url.href)) {
+    layer.tileRecords.set(url.href, fetchJson(url).then((d) => d.features || []).catch(() => []));
+  }
+  return (await layer.tileRecords.get(url.href))[picked.featureId];
+}
+
+async function onClick(viewer, position) {
   // Labels stand over their features: look through them to the first feature of a layer
   let picked, layer;
   for (const candidate of viewer.scene.drillPick(position, 4)) {
@@ -210,7 +225,7 @@ function onClick(viewer, position) {
     $('info').hidden = true;
     return;
   }
-  const record = layer.features[picked.featureId];
+  const record = await recordOf(layer, picked);
   const tableName = typeof picked.getProperty === 'function' ? picked.getProperty('name') : undefined;
   showPick(layer, record, (record && record.id) || tableName || `#${picked.featureId}`);
 }

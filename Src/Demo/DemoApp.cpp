@@ -14,6 +14,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerReader.h"
+#include "DemoLegend.h"
 #include "DemoManifest.h"
 #include "DemoOutput.h"
 #include "DemoPlugin.h"
@@ -31,98 +32,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 double Ms(Clock::time_point since) { return std::chrono::duration<double, std::milli>(Clock::now() - since).count(); }
-
-void Colour(DemoJson& j, const KrColorValue3D& c)
-{
-    const auto rgba = DemoScene::ToRgba(c);
-    char hex[16];
-    std::snprintf(hex, sizeof hex, "#%02x%02x%02x", rgba[0], rgba[1], rgba[2]);
-    j.Key("colour").BeginArray().Number(c.r).Number(c.g).Number(c.b).Number(c.a).EndArray();
-    j.Key("hex").String(hex);
-}
-
-const char* UnitName(KrCalendarUnit unit)
-{
-    static const char* const names[] = {"", "year", "month", "day", "hour", "minute", "second"};
-    return names[static_cast<int>(unit)];
-}
-
-// How a range theme was classified: the method, its breaks, the values and the no data it saw,
-// the goodness of variance fit and every class's count, extremes and mean
-void ClassificationJson(DemoJson& j, const KrClassification& c)
-{
-    j.Key("method").String(KrClassifier::MethodName(c.method)).Key("methodCode").Integer(static_cast<int>(c.method));
-    j.Key("breaks").BeginArray();
-    for (double b : c.breaks) j.Number(b);
-    j.EndArray();
-    if (c.unit != KrCalendarUnit::None) {
-        j.Key("calendarUnit").String(UnitName(c.unit)).Key("calendarStep").Integer(c.step);
-        j.Key("breakDates").BeginArray();
-        for (double b : c.breaks) j.String(KrClassifier::FormatDate(b, c.unit));
-        j.EndArray();
-    }
-    j.Key("goodnessOfVarianceFit").Number(c.gvf);
-    j.Key("values").Integer(static_cast<long long>(c.count)).Key("noData").Integer(static_cast<long long>(c.noData));
-    j.Key("classStatistics").BeginArray();
-    for (const KrClassSummary& s : c.classes) {
-        j.BeginObject().Key("count").Integer(static_cast<long long>(s.count));
-        j.Key("min").Number(s.min).Key("max").Number(s.max).Key("mean").Number(s.mean).EndObject();
-    }
-    j.EndArray();
-}
-
-std::string LegendJson(const DemoRun& run, const KrTheme3D& theme, const DemoDrawer& drawer, size_t features,
-                       size_t drawn, const DemoBuildReport& report)
-{
-    DemoJson j;
-    j.BeginObject().Key("name").String(run.name).Key("kind").String(DemoThemeBuilder::KindName(theme.GetType()));
-    j.Key("type").Integer(theme.GetType()).Key("expression").String(theme.GetExpression().ToUtf8());
-    j.Key("queryFields").BeginArray();
-    for (const auto& q : drawer.GetQueryFields()) j.String(q);
-    j.EndArray().Key("features").Integer(static_cast<long long>(features));
-    j.Key("drawn").Integer(static_cast<long long>(drawn)).Key("classes").Integer(drawer.GetClassCount());
-    if (run.request.kind == KrTheme3D::Theme3DUnique) {
-        j.Key("classLimit").Integer(run.request.maxClasses).Key("distinctValues").Integer(report.distinctValues);
-    }
-    if (theme.GetType() == KrTheme3D::Theme3DGraph) {
-        const auto& graph = static_cast<const KrTheme3DGraph&>(theme);
-        j.Key("seriesScale").String(drawer.IsSeriesIndependent() ? "independent" : "shared");
-        j.Key("barWidth").Number(graph.GetBarWidth());
-        j.Key("sizeRange").BeginArray().Number(graph.GetMinSumSize()).Number(graph.GetMaxSumSize()).EndArray();
-    } else if (theme.GetType() == KrTheme3D::Theme3DCustom || run.request.kind == KrTheme3D::Theme3DNone) {
-        // Heights that fields or styles give, in metres per unit of their value
-        j.Key("heightScale").Number(run.heightScale);
-    }
-    if (report.classified) ClassificationJson(j, report.classification);
-    j.Key("entries").BeginArray();
-    for (const DemoLegendEntry& e : drawer.GetLegend()) {
-        j.BeginObject().Key("caption").String(e.caption).Key("role").String(e.role);
-        if (!e.value.empty()) j.Key("value").String(e.value);
-        if (e.metresPerUnit > 0.0) j.Key("metresPerUnit").Number(e.metresPerUnit);
-        if (e.hasLow) j.Key("low").Number(e.low);
-        if (e.hasHigh) j.Key("high").Number(e.high);
-        Colour(j, e.colour);
-        j.Key("count").Integer(static_cast<long long>(e.count)).EndObject();
-    }
-    j.EndArray().EndObject();
-    return j.Text() + "\n";
-}
-
-// A field value as JSON: numbers stay numbers, dates and texts become strings
-void Value(DemoJson& j, const BSX::BsxVariant& v)
-{
-    switch (v.GetType()) {
-    case BSX::BsxVariant::VT_NULL:
-    case BSX::BsxVariant::VT_BLOB: j.Null(); break;
-    case BSX::BsxVariant::VT_UINT8: j.Integer(v.GetUInt8()); break;
-    case BSX::BsxVariant::VT_INT16: j.Integer(v.GetInt16()); break;
-    case BSX::BsxVariant::VT_INT32: j.Integer(v.GetInt32()); break;
-    case BSX::BsxVariant::VT_INT64: j.Integer(v.GetInt64()); break;
-    case BSX::BsxVariant::VT_FLOAT: j.Number(v.GetFloat()); break;
-    case BSX::BsxVariant::VT_DOUBLE: j.Number(v.GetDouble()); break;
-    default: j.String(v.ToString().ToUtf8()); break;
-    }
-}
 
 // Diagonal in degrees of the extent of a feature's largest part: viewers place the labels of
 // larger features first. Parts count alone, so that islands either side of the antimeridian do
@@ -211,7 +120,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
         labels.Key("textStyle").BeginObject().Key("face").String(ts->GetFaceName().ToUtf8());
         labels.Key("size").Number(ts->GetSize()).Key("halo").Bool(ts->IsHalo());
         const BSX::BsxColor c = ts->GetForeColor();
-        Colour(labels, KrColorValue3D(BSXREDVAL(c) / 255.0, BSXGREENVAL(c) / 255.0, BSXBLUEVAL(c) / 255.0,
+        DemoLegend::Colour(labels, KrColorValue3D(BSXREDVAL(c) / 255.0, BSXGREENVAL(c) / 255.0, BSXBLUEVAL(c) / 255.0,
                                       BSXALPHAVAL(c) / 255.0));
         labels.EndObject();
     }
@@ -246,19 +155,8 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
                 labels.Key("ecef").BeginArray().Number(e.x).Number(e.y).Number(e.z).EndArray().EndObject();
                 ++labelled;
             }
-            perFeature.BeginObject().Key("index").Integer(static_cast<long long>(i));
-            if (idField >= 0) perFeature.Key("id").String(featureName);
-            BSX::BsxVariant value;
-            if (!expression.IsEmpty() && f.feature->GetValue(expression, value)) Value(perFeature.Key("value"), value);
-            perFeature.Key("drawn").Bool(out.drawn).Key("entry").Integer(out.legendEntry);
-            if (out.legendEntry >= 0)
-                perFeature.Key("caption").String(drawer.GetLegend()[static_cast<size_t>(out.legendEntry)].caption);
-            if (!out.label.IsEmpty()) perFeature.Key("label").String(out.label.ToUtf8());
-            perFeature.Key("attributes").BeginObject();
-            for (size_t k = 0; k < fieldNames.size(); ++k) {
-                if (f.feature->GetValue(fieldNames[k], value)) Value(perFeature.Key(layer.fields[k].name), value);
-            }
-            perFeature.EndObject().EndObject();
+            DemoLegend::Record(perFeature, i, idField >= 0 ? &featureName : nullptr, f, out, drawer, expression,
+                               layer.fields, fieldNames);
             progress.Update(i + 1);
         }
     }
@@ -275,7 +173,7 @@ int RunOne(const DemoOptions& options, const DemoRun& run, const DemoLayer& laye
     DemoOutputSet files;
     bool ok = DemoGlbWriter::Write(scene, files.Begin(paths[0]), error) &&
               files.WriteText(paths[1], xml.ToUtf8() + "\n", error) &&
-              files.WriteText(paths[2], LegendJson(run, *theme, drawer, layer.features.size(), drawn, report), error) &&
+              files.WriteText(paths[2], DemoLegend::Json(run, *theme, drawer, layer.features.size(), drawn, report), error) &&
               files.WriteText(paths[3], perFeature.Text() + "\n", error);
     if (ok && paths.size() > 4) ok = files.WriteText(paths[4], labels.Text() + "\n", error);
     if (ok) ok = files.Commit(error);

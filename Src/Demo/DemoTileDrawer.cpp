@@ -8,6 +8,7 @@
 
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
+#include "DemoLegend.h"
 #include "DemoScene.h"
 
 namespace KRN {
@@ -148,6 +149,9 @@ bool DemoTileDrawer::Open(std::unique_ptr<KrTheme3D> theme, const DemoLayer& lay
         return false;
     }
     m_drawer = std::make_unique<DemoDrawer>(*m_theme, layer);
+    m_fields = layer.fields;
+    m_fieldNames.clear();
+    for (const DemoField& field : m_fields) m_fieldNames.push_back(BSX::BsxUnicodeString::FromUtf8(field.name));
     m_drawer->SetChartScale(m_settings.chartScale);
     if (m_settings.chartTotals) m_drawer->SetChartTotals(*m_settings.chartTotals);
     if (m_settings.geometryKinds != 0) m_drawer->SetGeometryKinds(m_settings.geometryKinds);
@@ -279,21 +283,37 @@ bool DemoTileDrawer::WriteContent(const DemoTileNode& node, std::vector<DemoTile
               [](const DemoTileCandidate* a, const DemoTileCandidate* b) { return a->fid < b->fid; });
     DemoScene scene;
     scene.SetHeightScale(m_settings.heightScale);
-    DemoJson labels;
+    DemoJson labels, records;
     bool anyLabel = false;
     DemoDrawnFeature out;
     size_t next = 0;
+    const BSX::BsxUnicodeString expression = m_theme->GetExpression();
+    const BSX::BsxUnicodeString idName = BSX::BsxUnicodeString::FromUtf8(m_settings.idField);
+    if (m_leafCounts.size() != m_drawer->GetLegend().size()) m_leafCounts.assign(m_drawer->GetLegend().size(), 0);
     while (next < batch.size() || next == 0) {
         // Feature ids count from 0 in every content, so that its feature table stays small
         const size_t first = next;
         size_t vertices = 0;
         labels = DemoJson();
         labels.BeginObject().Key("labels").BeginArray();
+        records = DemoJson();
+        records.BeginObject().Key("features").BeginArray();
         anyLabel = false;
         for (; next < batch.size(); ++next) {
             const DemoTileCandidate& c = *batch[next];
             m_drawer->Draw(c.feature, static_cast<size_t>(c.fid), out);
-            scene.BeginFeature(static_cast<std::uint32_t>(next - first), "#" + std::to_string(c.fid));
+            BSX::BsxVariant idValue;
+            const std::string name = !m_settings.idField.empty() && c.feature.feature->GetValue(idName, idValue)
+                                         ? idValue.ToString().ToUtf8()
+                                         : "#" + std::to_string(c.fid);
+            scene.BeginFeature(static_cast<std::uint32_t>(next - first), name);
+            DemoLegend::Record(records, next - first, &name, c.feature, out, *m_drawer, expression, m_fields, m_fieldNames,
+                               true);
+            if (node.IsLeaf()) {
+                m_leafDrawn += out.drawn ? 1 : 0;
+                if (out.legendEntry >= 0 && static_cast<size_t>(out.legendEntry) < m_leafCounts.size())
+                    ++m_leafCounts[static_cast<size_t>(out.legendEntry)];
+            }
             if (out.drawn && out.style) {
                 // The anchor came with the feature and chose its tile: only the mesh is needed
                 if (c.feature.geometryType % 100 == KrGeometry::GEO_REGION) m_prepared.PrepareFeature(c.feature.parts, m_mesh, nullptr);
@@ -313,6 +333,7 @@ bool DemoTileDrawer::WriteContent(const DemoTileNode& node, std::vector<DemoTile
             }
         }
         labels.EndArray().EndObject();
+        records.EndArray().EndObject();
         if (vertices == 0 && !anyLabel) {
             if (next == 0) break;
             continue;
@@ -334,6 +355,11 @@ bool DemoTileDrawer::WriteContent(const DemoTileNode& node, std::vector<DemoTile
             if (!DemoTileset::WriteAtomically(path, labelText.data(), labelText.size(), false, error)) return false;
             if (m_settings.written) m_settings.written(path, labelText.size());
         }
+        // What a viewer shows for a picked feature, by its number in the content's table
+        const std::string recordText = records.Text() + "\n";
+        const std::string recordPath = m_settings.dir + "/" + base + ".features.json";
+        if (!DemoTileset::WriteAtomically(recordPath, recordText.data(), recordText.size(), false, error)) return false;
+        if (m_settings.written) m_settings.written(recordPath, recordText.size());
         record.contents.push_back(base + ".glb");
         if (record.hasRegion) DemoTileset::Extend(record.region, region);
         else record.region = region, record.hasRegion = true;

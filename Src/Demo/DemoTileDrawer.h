@@ -63,6 +63,9 @@ struct DemoTileSettings {
     unsigned geometryKinds = 0;
     // How the source is read (leniently, points from coordinate fields), as the scan read it
     DemoReadOptions read;
+    // Field whose value names each feature in the tiles' tables and records (empty: "#" and the
+    // feature's identifier)
+    std::string idField;
     // Told of every file written (path and size), at once, so that a failed run can remove them
     std::function<void(const std::string&, std::uint64_t)> written;
     // Asked between features; a true answer stops the node with the message "interrupted"
@@ -91,6 +94,14 @@ public:
     // the identifiers of what its children handed up. False with a message naming a missing one.
     bool Read(const std::vector<long long>& fids, std::vector<DemoTileCandidate>& out, std::string& error);
 
+    // The drawer, its legend, and per legend entry the features drawn in leaves (each feature of
+    // the layer once, where coarser tiles repeat some), with how many were drawn at all
+    const DemoDrawer& GetDrawer() const { return *m_drawer; }
+    // The theme as prepared for the layer (chart sizes set)
+    const KrTheme3D& GetTheme() const { return *m_theme; }
+    const std::vector<size_t>& GetLeafCounts() const { return m_leafCounts; }
+    size_t GetLeafDrawn() const { return m_leafDrawn; }
+
 private:
     bool WriteContent(const DemoTileNode& node, std::vector<DemoTileCandidate*>& batch, DemoTileRecord& record,
                       std::string& error);
@@ -105,6 +116,11 @@ private:
     DemoPreparedLayer m_prepared;
     DemoMesh m_mesh;
     std::unique_ptr<Geos> m_geos;
+    // The layer's fields as the records name them
+    std::vector<DemoField> m_fields;
+    std::vector<BSX::BsxUnicodeString> m_fieldNames;
+    std::vector<size_t> m_leafCounts;
+    size_t m_leafDrawn = 0;
 };
 
 } // namespace KRN

@@ -19,6 +19,7 @@
 #include "DemoGlbWriter.h"
 #include "DemoJson.h"
 #include "DemoLayerStream.h"
+#include "DemoLegend.h"
 #include "DemoLayerSummary.h"
 #include "DemoOutput.h"
 #include "DemoProgress.h"
@@ -87,7 +88,8 @@ void RemoveTiles(const std::string& dir)
     while (dirent* e = readdir(d)) {
         const std::string name = e->d_name;
         if (name == "." || name == "..") continue;
-        if (name[0] == '.' || ends(name, ".glb") || ends(name, ".labels.json")) doomed.push_back(name);
+        if (name[0] == '.' || ends(name, ".glb") || ends(name, ".labels.json") ||
+            ends(name, ".features.json")) doomed.push_back(name);
     }
     closedir(d);
     for (const std::string& name : doomed) std::remove((dir + "/" + name).c_str());
@@ -453,6 +455,9 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoTiler::Run
             settings.chartTotals = std::make_shared<DemoChartTotals>(scan.summary.GetChartTotals(static_cast<size_t>(needs.chart)));
         settings.geometryKinds = scan.summary.GetGeometryKinds();
         settings.read = options.read;
+        // Features are named by the chosen field, else by a "name" field when the layer has one
+        if (options.idFieldGiven || sampleLayer.FindField("name") >= 0)
+            settings.idField = options.idFieldGiven ? options.idField : "name";
         drawers.push_back(std::make_unique<DemoTileDrawer>(tree, std::move(settings)));
         if (!drawers.back()->Open(std::move(clone), sampleLayer, options.dataPath, options.layerName, error)) {
             std::fprintf(stderr, "t3d_demo: %s\n", error.c_str());
@@ -472,9 +477,25 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoTiler::Run
     std::string document;
     if (drawn) {
         document = DemoTileset::Json(tree, drawing.Records());
+        // The legend tells of the theme as the threads drew with it, prepared for the layer
+        const KrTheme3D& prepared = drawers.front()->GetTheme();
         const BSX::BsxUnicodeString xml = master->ToXML(DemoThemeBuilder::kXmlVersion, BSX::BsxUnicodeString::FromUtf8(dir));
         const std::string xmlText = xml.ToUtf8() + "\n";
+        // Each feature counts once in the legend: where a leaf drew it
+        std::vector<size_t> counts;
+        size_t drawnFeatures = 0;
+        for (const auto& d : drawers) {
+            counts.resize(std::max(counts.size(), d->GetLeafCounts().size()), 0);
+            for (size_t k = 0; k < d->GetLeafCounts().size(); ++k) counts[k] += d->GetLeafCounts()[k];
+            drawnFeatures += d->GetLeafDrawn();
+        }
+        DemoRun named = run;
+        named.name = name;
+        const std::string legend = DemoLegend::Json(named, prepared, drawers.front()->GetDrawer(),
+                                                    static_cast<size_t>(tree.GetTotal()), drawnFeatures, report, &counts);
         if (!DemoTileset::WriteAtomically(dir + "/theme.xml", xmlText.data(), xmlText.size(), false, error) ||
+            !DemoTileset::WriteAtomically(options.outDir + "/" + name + ".legend.json", legend.data(), legend.size(), false,
+                                          error) ||
             !DemoTileset::WriteAtomically(tilesetPath, document.data(), document.size(), true, error)) {
             RemoveAll(drawing.Written(), tilesDir);
             std::fprintf(stderr, "t3d_demo: %s; the tiles written were removed\n", error.c_str());
@@ -499,6 +520,8 @@ int TileRun(const DemoOptions& options, const DemoRun& run, const DemoTiler::Run
     std::printf("         tileset: %s\n", tilesetPath.c_str());
     themes.BeginObject().Key("name").String(name).Key("kind").String(DemoThemeBuilder::KindName(master->GetType()));
     themes.Key("tileset").String(name + "/tileset.json").Key("xml").String(name + "/theme.xml");
+    // Each content's feature records lie beside it, under its name with this ending for ".glb"
+    themes.Key("legend").String(name + ".legend.json").Key("tileFeatures").String(".features.json");
     themes.Key("heightScale").Number(run.heightScale).Key("tiles").Integer(static_cast<long long>(tree.GetNodes().size()));
     themes.Key("depth").Integer(tree.GetDepth());
     const std::array<double, 4> extent = tree.GetExtent();

@@ -101,12 +101,26 @@ TEST(Tileset, DocumentKeepsTheRulesAndNamesEveryTileOnce)
     CheckTile(doc["root"], nullptr, 0, walk);
     // A layer of this size needs several levels; each content is a file and no file is orphaned
     EXPECT_GE(walk.depth, 3);
-    size_t files = 0;
+    // Beside each content lie the records of its features, one per feature of its table
+    size_t files = 0, records = 0;
+    const std::string ending = ".features.json";
     for (const auto& e : fs::directory_iterator(walk.dir / "tiles")) {
-        ++files;
-        EXPECT_EQ(walk.uris.count("tiles/" + e.path().filename().string()), 1u) << e.path() << " is named by no tile";
+        std::string name = e.path().filename().string();
+        const bool features = name.size() > ending.size() && name.compare(name.size() - ending.size(), ending.size(), ending) == 0;
+        if (features) {
+            records += json::parse(ReadBytes(e.path()))["features"].size();
+            name.replace(name.size() - ending.size(), ending.size(), ".glb");
+        }
+        files += features ? 0 : 1;
+        EXPECT_EQ(walk.uris.count("tiles/" + name), 1u) << e.path() << " belongs to no tile";
     }
     EXPECT_EQ(files, walk.uris.size());
+    // The legend counts every feature once, though coarser tiles repeat some of them
+    const json legend = json::parse(ReadBytes(fs::path(kTiles) / "threads1/range.legend.json"));
+    size_t counted = 0;
+    for (const json& entry : legend["entries"]) counted += entry["count"].get<size_t>();
+    EXPECT_EQ(counted, legend["features"].get<size_t>());
+    EXPECT_GT(records, counted);
     std::printf("%d tiles, depth %d, %zu contents\n", walk.tiles, walk.depth, walk.uris.size());
     // The folder's manifest leads a viewer to this tileset
     const json manifest = json::parse(ReadBytes(fs::path(kTiles) / "threads1/scene.json"), nullptr, false);

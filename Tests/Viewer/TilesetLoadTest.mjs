@@ -1,7 +1,8 @@
 // The tiled output in the viewer, in headless Chromium: the tileset that scene.json names loads
 // without a console error or a foreign request, and from a camera over the layer, with the
 // refinement threshold lowered step by step to zero, every tile content the document names is
-// requested and loaded and none fails.
+// requested and loaded and none fails. The layer's legend is shown, and a feature clicked on
+// the globe is named with its class and attributes.
 // usage: node TilesetLoadTest.mjs TILED_OUTPUT_DIR [SCREENSHOT.png]
 import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
@@ -70,6 +71,38 @@ try {
     await settled();
     return { loaded: [...loaded], failed, selected: tileset.statistics.selected };
   }, theme.name, theme.extent);
+  // A feature of a leaf, seen from 300 m over where it stands and clicked as a person would
+  const leaf = named[named.length - 1];
+  const records = JSON.parse(readFileSync(path.join(dataDir, path.dirname(theme.tileset),
+                                                    leaf.replace(/\.glb$/, theme.tileFeatures)), 'utf8')).features;
+  const target = records.find((r) => r.drawn && Number.isFinite(r.lon));
+  assert.ok(target, `${leaf} has a drawn feature with its place`);
+  const at = await page.evaluate(async (name, lon, lat) => {
+    const { Cesium, t3d } = window;
+    const { scene: globe, camera } = t3d.viewer;
+    const tileset = t3d.layers.find((l) => l.theme.name === name).primitive;
+    camera.setView({ destination: Cesium.Cartesian3.fromDegrees(lon, lat, 300) });
+    await new Promise((resolve) => {
+      let quiet = 0;
+      const remove = globe.postRender.addEventListener(() => {
+        quiet = tileset.tilesLoaded ? quiet + 1 : 0;
+        if (quiet >= 3) remove(), resolve();
+        else globe.requestRender();
+      });
+      globe.requestRender();
+    });
+    const canvas = t3d.viewer.canvas;
+    return { x: canvas.clientWidth / 2, y: canvas.clientHeight / 2 };
+  }, theme.name, target.lon, target.lat);
+  await page.mouse.click(at.x, at.y);
+  await page.waitForFunction(() => window.t3d.lastPick && Object.keys(window.t3d.lastPick.attributes).length > 0,
+                             { timeout: 60000 });
+  const pick = await page.evaluate(() => window.t3d.lastPick);
+  console.log(`picked ${pick.name}: ${pick.class}`);
+  assert.equal(pick.layer, theme.name);
+  assert.ok(pick.class, 'the picked feature names its class');
+  assert.equal(pick.name, target.id, 'the feature under the click is the one aimed at');
+  assert.ok(await page.$('#legends .legend'), 'the tileset\'s legend is shown');
   if (process.argv[3]) writeFileSync(process.argv[3], await page.screenshot());
   console.log(`${result.loaded.length} of ${named.length} tile contents loaded, ${result.failed.length} failed, ` +
               `${result.selected} drawn at the finest level`);
