@@ -118,8 +118,9 @@ bool DemoLayerStream::GetExtent(double& west, double& south, double& east, doubl
     if (m_impl->toWgs84 &&
         !OCTTransformBounds(m_impl->toWgs84, env.MinX, env.MinY, env.MaxX, env.MaxY, &west, &south, &east, &north, 21))
         return false;
-    return std::isfinite(west) && std::isfinite(south) && std::isfinite(east) && std::isfinite(north) && west <= east &&
-           south <= north;
+    // Reprojected bounds across the antimeridian come with west > east
+    return std::isfinite(west) && std::isfinite(south) && std::isfinite(east) && std::isfinite(north) &&
+           (west <= east || m_impl->toWgs84) && south <= north;
 }
 
 void DemoLayerStream::Reset()
@@ -135,6 +136,10 @@ void DemoLayerStream::ResetInside(double west, double south, double east, double
 {
     m_error.clear(), m_skipped = 0;
     if (!m_impl->layer) return;
+    // A rectangle past the antimeridian may meet features written on either side of it: ask
+    // for the span that holds both copies, the caller keeps those whose anchor is inside
+    if (east > 180.0) west -= 360.0;
+    else if (west < -180.0) east += 360.0;
     if (m_impl->xIndex >= 0) {
         // A table is selected by its coordinate fields when they hold numbers (text would compare
         // as text); otherwise every record comes and the caller keeps those inside

@@ -34,13 +34,15 @@ public:
     // The number of features the source reports, -1 when it cannot tell without reading
     long long CountHint() const;
 
-    // The layer's extent in WGS84 degrees; false when the layer cannot tell
+    // The layer's extent in WGS84 degrees (west > east when a reprojected layer crosses the
+    // antimeridian); false when the layer cannot tell
     bool GetExtent(double& west, double& south, double& east, double& north) const;
 
     // Restarts reading over every feature
     void Reset();
-    // Restarts reading over the features whose extent meets the rectangle (degrees, WGS84);
-    // the source may hand a few more, never fewer
+    // Restarts reading over the features whose extent meets the rectangle (degrees, WGS84, whose
+    // longitudes may run past 180 across the antimeridian); the source may hand a few more,
+    // never fewer
     void ResetInside(double west, double south, double east, double north);
     // Restarts reading over the features with first <= identifier < last; false when the source
     // cannot select by identifier

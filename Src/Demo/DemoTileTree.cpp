@@ -13,6 +13,15 @@ constexpr double kMinSide = 1e-7;
 
 void DemoTileTree::SetExtent(double west, double south, double east, double north)
 {
+    // Across the antimeridian the tree works in longitudes from 0 to 360, its extent centred on
+    // 180 degrees so that the root's split falls on the antimeridian
+    if (west > east) east += 360.0;
+    if (west < -180.0 && east <= 180.0) west += 360.0, east += 360.0;
+    m_crosses = east > 180.0 && west < 180.0;
+    if (m_crosses) {
+        const double half = std::min(180.0, std::max(180.0 - west, east - 180.0));
+        west = 180.0 - half, east = 180.0 + half;
+    }
     if (!(east - west >= kMinSide)) {
         const double mid = (west + east) * 0.5;
         west = mid - kMinSide, east = mid + kMinSide;
@@ -29,6 +38,7 @@ void DemoTileTree::SetExtent(double west, double south, double east, double nort
 
 void DemoTileTree::Cell(double lon, double lat, std::uint32_t& cx, std::uint32_t& cy) const
 {
+    if (m_crosses) lon -= 360.0 * std::floor(lon / 360.0);
     auto index = [](double v, double lo, double hi) {
         const double f = std::floor((v - lo) / (hi - lo) * kSide);
         if (!(f >= 0.0)) return std::uint32_t{0};
@@ -94,7 +104,8 @@ void DemoTileTree::Grow(int level, std::uint32_t x, std::uint32_t y, int parent,
     node.level = level, node.x = x, node.y = y, node.count = count, node.parent = parent;
     m_nodes.push_back(node);
     if (parent >= 0) m_nodes[static_cast<size_t>(parent)].children.push_back(index);
-    if (count <= capacity || level == kGridLevel) return;
+    // A root across the antimeridian always splits, so that no tile but the root straddles it
+    if ((count <= capacity && !(level == 0 && m_crosses)) || level == kGridLevel) return;
     for (std::uint32_t dy = 0; dy < 2; ++dy) {
         for (std::uint32_t dx = 0; dx < 2; ++dx) Grow(level + 1, x * 2 + dx, y * 2 + dy, index, capacity, pyramid);
     }
@@ -129,6 +140,22 @@ std::array<double, 4> DemoTileTree::GetRect(const DemoTileNode& node) const
     const double side = static_cast<double>(1u << node.level);
     const double w = (m_east - m_west) / side, h = (m_north - m_south) / side;
     return {m_west + w * node.x, m_south + h * node.y, m_west + w * (node.x + 1), m_south + h * (node.y + 1)};
+}
+
+std::array<double, 4> DemoTileTree::GetExtent() const
+{
+    auto wrap = [](double lon) { return lon > 180.0 ? lon - 360.0 : lon; };
+    if (!m_crosses) return {m_west, m_south, m_east, m_north};
+    // Across the antimeridian the source's extent may span every longitude (features written on
+    // both sides of it): the columns that hold anchors tell where the layer is
+    std::uint32_t lo = kSide, hi = 0;
+    for (size_t i = 0; i < m_grid.size(); ++i) {
+        if (m_grid[i] == 0) continue;
+        lo = std::min(lo, static_cast<std::uint32_t>(i % kSide)), hi = std::max(hi, static_cast<std::uint32_t>(i % kSide));
+    }
+    const double cell = (m_east - m_west) / kSide;
+    if (lo > hi) lo = 0, hi = kSide - 1;
+    return {wrap(m_west + cell * lo), m_south, wrap(m_west + cell * (hi + 1)), m_north};
 }
 
 std::string DemoTileTree::Name(const DemoTileNode& node)

@@ -1,7 +1,9 @@
 #pragma once
 // The quadtree of a tiled layer: the layer's extent cut in four again and again until every
 // tile holds at most a given number of features. A feature belongs to the one tile whose
-// rectangle holds its anchor. Features are counted on a fixed grid first, so that building the
+// rectangle holds its anchor. A layer across the antimeridian is tiled in longitudes that run
+// on past 180 degrees, with the antimeridian on the root's split, so that every other tile lies
+// on one side of it. Features are counted on a fixed grid first, so that building the
 // tree takes memory that depends on the grid alone, never on the layer.
 #include <array>
 #include <cstdint>
@@ -27,10 +29,12 @@ public:
     // The deepest level: 2^10 x 2^10 grid cells (4 MiB of counts)
     static constexpr int kGridLevel = 10;
 
-    // Degrees; a zero-width or zero-height extent is widened a little so that cells have a size
+    // Degrees; a zero-width or zero-height extent is widened a little so that cells have a size.
+    // An extent across the antimeridian comes with west > east, or with a side past 180 degrees.
     void SetExtent(double west, double south, double east, double north);
-    // west, south, east, north in degrees
-    std::array<double, 4> GetExtent() const { return {m_west, m_south, m_east, m_north}; }
+    // west, south, east, north in degrees within [-180, 180]; west > east across the antimeridian
+    std::array<double, 4> GetExtent() const;
+    bool CrossesAntimeridian() const { return m_crosses; }
 
     // Counts a feature anchored at lon/lat (points outside the extent go to its edge cells)
     void Count(double lon, double lat);
@@ -54,7 +58,8 @@ public:
 
     // Whether the node's rectangle holds lon/lat, by the same cell rule as Count
     bool Contains(const DemoTileNode& node, double lon, double lat) const;
-    // The node's rectangle: west, south, east, north in degrees
+    // The node's rectangle: west, south, east, north in degrees. Across the antimeridian the
+    // longitudes run from 0 to 360: tiles east of it lie past 180 degrees.
     std::array<double, 4> GetRect(const DemoTileNode& node) const;
     // "level_x_y", unique per node
     static std::string Name(const DemoTileNode& node);
@@ -65,6 +70,7 @@ private:
               const std::vector<std::vector<std::uint64_t>>& pyramid);
 
     double m_west = 0.0, m_south = 0.0, m_east = 1.0, m_north = 1.0;
+    bool m_crosses = false;
     std::vector<std::uint32_t> m_grid;
     std::uint64_t m_total = 0;
     std::vector<DemoTileNode> m_nodes;

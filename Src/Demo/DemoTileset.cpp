@@ -37,6 +37,15 @@ void ToGeodetic(double x, double y, double z, double& lon, double& lat, double& 
     h = std::fabs(cl) > 1e-10 ? p / cl - n : std::fabs(z) / std::fabs(sl) - n * (1.0 - e2);
 }
 
+// The diagonal of a region in metres: its width at its middle latitude, its height and depth
+double RegionSize(const DemoRegion& r)
+{
+    const double width = (r[2] - r[0]) * kSemiMajor * std::cos((r[1] + r[3]) * 0.5);
+    const double height = (r[3] - r[1]) * kSemiMajor;
+    const double d = std::sqrt(width * width + height * height + (r[5] - r[4]) * (r[5] - r[4]));
+    return std::isfinite(d) ? d : 0.0;
+}
+
 void WriteTile(DemoJson& j, const DemoTileTree& tree, const std::vector<DemoTileRecord>& records, int index)
 {
     const DemoTileNode& node = tree.GetNodes()[static_cast<size_t>(index)];
@@ -86,7 +95,11 @@ DemoRegion DemoTileset::RectRegion(const std::array<double, 4>& d)
 {
     auto clampLat = [](double v) { return std::max(-kPi / 2, std::min(kPi / 2, v * kDeg)); };
     auto clampLon = [](double v) { return std::max(-kPi, std::min(kPi, v * kDeg)); };
-    return {clampLon(d[0]), clampLat(d[1]), clampLon(d[2]), clampLat(d[3]), 0.0, 0.0};
+    // A rectangle past the antimeridian comes home; one across it takes every longitude
+    double west = d[0], east = d[2];
+    if (west >= 180.0) west -= 360.0, east -= 360.0;
+    if (east > 180.0) west = -180.0, east = 180.0;
+    return {clampLon(west), clampLat(d[1]), clampLon(east), clampLat(d[3]), 0.0, 0.0};
 }
 
 void DemoTileset::Extend(DemoRegion& region, const DemoRegion& other)
@@ -100,9 +113,12 @@ std::string DemoTileset::Json(const DemoTileTree& tree, const std::vector<DemoTi
     DemoJson j;
     j.BeginObject().Key("asset").BeginObject().Key("version").String("1.1").Key("generator").String("t3d_demo");
     j.EndObject();
-    // Drawing nothing at all misses at least what the root tile shows
+    // Drawing nothing at all misses the whole layer: the error is the size of the root's region,
+    // so that a viewer draws the root from as far as the layer would show. A tileset of one tile
+    // (whose root, a leaf, has no error of its own) is then drawn at ordinary distances too.
     const double rootError = records.empty() ? 0.0 : records.front().geometricError;
-    j.Key("geometricError").Number(std::max(rootError * 2.0, 1.0));
+    const double layerSize = records.empty() ? 0.0 : RegionSize(records.front().region);
+    j.Key("geometricError").Number(std::max({rootError * 2.0, layerSize, 1.0}));
     if (!tree.GetNodes().empty()) {
         j.Key("root");
         WriteTile(j, tree, records, 0);

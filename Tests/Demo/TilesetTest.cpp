@@ -202,4 +202,45 @@ TEST(Tileset, FailedOrStoppedRunLeavesNoDocumentNamingMissingTiles)
     EXPECT_EQ(CountEnding(out / "r/tiles", ".glb") + CountEnding(out / "r/tiles", ".json"), 0u);
 }
 
+// A small layer across the antimeridian, its squares written on both sides of it and past it:
+// the tiles lie each side, every region within [-pi, pi], every feature found in its tile
+TEST(Tileset, LayerAcrossTheAntimeridianTilesEachSide)
+{
+    const fs::path out = kTiles + "/antimeridian", data = kTiles + "/antimeridian.geojson";
+    fs::remove_all(out);
+    std::ofstream geojson(data);
+    geojson << R"({"type": "FeatureCollection", "features": [)";
+    for (int i = 0; i < 48; ++i) {
+        // Columns from 179.52 to 180.45 degrees, the eastern half written as -179.x or as 180.x
+        double west = 179.52 + 0.04 * (i % 24);
+        if (west > 180.0 && i >= 24) west -= 360.0;
+        const double south = (i / 24) * 0.5;
+        geojson << (i ? "," : "") << R"({"type": "Feature", "properties": {"height": )" << i
+                << R"(}, "geometry": {"type": "Polygon", "coordinates": [[)";
+        const double x[] = {west, west + 0.01, west + 0.01, west, west}, y[] = {south, south, south + 0.01, south + 0.01, south};
+        for (int k = 0; k < 5; ++k) geojson << (k ? ", [" : "[") << x[k] << ", " << y[k] << "]";
+        geojson << "]]}}";
+    }
+    geojson << "]}\n";
+    geojson.close();
+    ASSERT_EQ(RunDemo("--range height --tile-features 16 --name r --out " + out.string() + " --data " + data.string()), 0);
+    const json doc = json::parse(ReadBytes(out / "r/tileset.json"), nullptr, false);
+    ASSERT_TRUE(doc.is_object());
+    Walk walk;
+    walk.dir = out / "r";
+    CheckTile(doc["root"], nullptr, 0, walk);
+    int west = 0, east = 0;
+    for (const json& child : doc["root"]["children"]) {
+        const json& r = child["boundingVolume"]["region"];
+        west += r[0].get<double>() > 3.1;
+        east += r[2].get<double>() < -3.1;
+    }
+    EXPECT_GT(west, 0);
+    EXPECT_GT(east, 0);
+    EXPECT_EQ(west + east, static_cast<int>(doc["root"]["children"].size()));
+    // The manifest's extent frames the layer across the antimeridian: west of it, then east
+    const json extent = json::parse(ReadBytes(out / "scene.json"), nullptr, false)["layer"]["extent"];
+    EXPECT_TRUE(extent["west"].get<double>() > 179.0 && extent["east"].get<double>() < -179.0) << extent.dump();
+}
+
 } // namespace
