@@ -1,8 +1,13 @@
 #include "DemoLayerStream.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <unistd.h>
 
 #include <cpl_conv.h>
 #include <cpl_error.h>
@@ -15,6 +20,80 @@
 #include "KrGeometry.h"
 
 namespace KRN {
+
+namespace {
+
+// A shapefile without its .qix index answers a rectangle by reading every record, so each tile
+// would read the whole layer again. Such a file gets an index once per run, built by GDAL in a
+// temporary folder that holds a copy of its shapes (GDAL writes the index only beside a file it
+// may change) and links to its other parts, so the source's folder is left as it is. Every
+// stream that opens the file shares the index; the folder goes when the program ends.
+class ShapeIndexes {
+public:
+    ~ShapeIndexes()
+    {
+        for (const std::string& f : m_files) std::remove(f.c_str());
+        for (const std::string& d : m_dirs) rmdir(d.c_str());
+    }
+
+    // The path to open instead of a shapefile's: its linked copy with an index, or path itself
+    // when no index could be made
+    std::string Indexed(const std::string& path, const std::string& layerName)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        auto found = m_linked.find(path);
+        if (found != m_linked.end()) return found->second;
+        m_linked[path] = path;
+        char* real = realpath(path.c_str(), nullptr);
+        if (!real) return path;
+        const std::string full = real;
+        std::free(real);
+        const size_t slash = full.find_last_of('/'), dot = full.find_last_of('.');
+        if (dot == std::string::npos || dot < slash) return path;
+        const char* tmp = std::getenv("TMPDIR");
+        std::string dir = std::string(tmp && *tmp ? tmp : "/tmp") + "/t3d-shape-XXXXXX";
+        if (!mkdtemp(&dir[0])) return path;
+        m_dirs.push_back(dir);
+        const std::string stem = full.substr(slash + 1, dot - slash - 1), base = full.substr(0, dot);
+        std::string linkedPath;
+        for (const char* ext : {".shp", ".shx", ".dbf", ".prj", ".cpg", ".SHP", ".SHX", ".DBF", ".PRJ", ".CPG"}) {
+            const std::string from = base + ext, to = dir + "/" + stem + ext;
+            if (access(from.c_str(), R_OK) != 0) continue;
+            const bool shapes = std::toupper(ext[2]) == 'S';
+            if (shapes ? CPLCopyFile(to.c_str(), from.c_str()) != 0 : symlink(from.c_str(), to.c_str()) != 0) continue;
+            m_files.push_back(to);
+            if (from == full) linkedPath = to;
+        }
+        if (linkedPath.empty()) return path;
+        CPLPushErrorHandler(CPLQuietErrorHandler);
+        GDALDatasetH ds = GDALOpenEx(linkedPath.c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE, nullptr, nullptr, nullptr);
+        bool indexed = false;
+        if (ds) {
+            const std::string sql = "CREATE SPATIAL INDEX ON \"" + layerName + "\"";
+            if (OGRLayerH result = GDALDatasetExecuteSQL(ds, sql.c_str(), nullptr, nullptr)) GDALDatasetReleaseResultSet(ds, result);
+            GDALClose(ds);
+            const std::string index = dir + "/" + stem + ".qix";
+            indexed = access(index.c_str(), R_OK) == 0;
+            if (indexed) m_files.push_back(index);
+        }
+        CPLPopErrorHandler();
+        if (indexed) m_linked[path] = linkedPath;
+        return m_linked[path];
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<std::string, std::string> m_linked;
+    std::vector<std::string> m_files, m_dirs;
+};
+
+ShapeIndexes& Indexes()
+{
+    static ShapeIndexes indexes;
+    return indexes;
+}
+
+} // namespace
 
 struct DemoLayerStream::Impl {
     GDALDatasetH ds = nullptr;
@@ -52,6 +131,20 @@ bool DemoLayerStream::Open(const std::string& path, const std::string& layerName
         error = layerName.empty() ? "the data set '" + path + "' holds no vector layer"
                                   : "the data set '" + path + "' has no layer '" + layerName + "'";
         return false;
+    }
+    if (std::string(GDALGetDriverShortName(GDALGetDatasetDriver(m_impl->ds))) == "ESRI Shapefile" &&
+        !OGR_L_TestCapability(src, OLCFastSpatialFilter)) {
+        const std::string name = OGR_L_GetName(src);
+        const std::string indexed = Indexes().Indexed(path, name);
+        GDALDatasetH linked = indexed == path ? nullptr : DemoLayerReader::OpenDataSet(indexed, error);
+        OGRLayerH again = linked ? GDALDatasetGetLayerByName(linked, name.c_str()) : nullptr;
+        if (again) {
+            GDALClose(m_impl->ds);
+            m_impl->ds = linked, src = again;
+        } else if (linked) {
+            GDALClose(linked);
+        }
+        error.clear();
     }
     m_impl->layer = src;
 
