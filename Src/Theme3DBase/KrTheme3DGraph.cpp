@@ -1,13 +1,10 @@
 #include "KrTheme3DGraph.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "KrConvert.h"
 #include "KrMarkup.h"
-#include "KrTheme3DGraphGeometry.h"
-#include "KrThemeRules.h"
 #include "KrThemeXml.h"
 
 namespace KRN {
@@ -18,12 +15,6 @@ using BSX::BsxUnicodeString;
 namespace {
 const wchar_t kFieldPrefix[] = L"ThemeGraph";
 const double kSqrt2 = 1.4142135623730951;
-const double kEarthRadius = 6378137.0;
-const double kGlobeSquareDegrees = 64800.0;
-const double kBarWidthDivisor = 50.0;
-const double kHeightDivisor = 10.0;
-
-bool IsZero(double x) { return -ThemeRules::kTolerance < x && x < ThemeRules::kTolerance; }
 
 // Inserts count values before min(index, size) of target; a negative index appends
 template <class T>
@@ -305,94 +296,6 @@ void KrTheme3DGraph::SetMaxSumSize(double size)
 {
     m_maxSize = BSX::BsxSize2D(size * kSqrt2, size);
     SetModifiedFlag(true);
-}
-
-// Sums, sizes and charts ---------------------------------------------------------------------
-
-bool KrTheme3DGraph::CalExtremumvValue(const double& minSum, const double& maxSum, const BSX::BsxRect2D& bounds,
-                                       const int& count, bool absolute)
-{
-    m_minSum = minSum;
-    m_maxSum = maxSum;
-    if (count >= 1 && m_graph.GetCount() >= 1) {
-        for (int i = 0; i < m_graph.GetCount(); ++i) {
-            const Kr3DGraphItem& item = m_graph.GetItem(i);
-            if (item.Type != Kr3DGraphItem::ArrayItem) continue;
-            double lo = 0.0;
-            double hi = 0.0;
-            for (int k = 0; k < item.ArrayValues.GetSize(); ++k) {
-                const double value = absolute ? std::fabs(item.ArrayValues[k]) : item.ArrayValues[k];
-                if (k == 0 || value < lo) lo = value;
-                if (k == 0 || value > hi) hi = value;
-            }
-            m_minSum += lo;
-            m_maxSum += hi;
-        }
-    }
-    if (m_minSum < 0.0) m_minSum = 0.0;
-    if (m_maxSum < 0.0) m_maxSum = 0.0;
-    m_sqrtMaxSum = std::sqrt(m_maxSum);
-    m_sqrtMinSum = std::sqrt(m_minSum);
-    m_logMaxSum = std::log(m_maxSum);
-    m_logMinSum = std::log(m_minSum);
-
-    // The side of the layer's extent as a fraction of the globe's
-    const double f = std::sqrt(bounds.Width() * bounds.Height() / kGlobeSquareDegrees);
-    if (IsZero(m_barWidth)) m_barWidth = f * kEarthRadius / kBarWidthDivisor;
-    if (IsZero(m_maxSize.cy) && IsZero(m_minSize.cy)) {
-        const double height = f * kEarthRadius / kHeightDivisor;
-        m_maxSize = BSX::BsxSize2D(height * kSqrt2, height);
-        // A maximum sum of 0 makes this 0/0: the minimum size is then not a number, which the
-        // host's solids receive as they are
-        const double ratio = std::sqrt(m_minSum / m_maxSum);
-        m_minSize = BSX::BsxSize2D(ratio * height * kSqrt2, ratio * height);
-    }
-    SetModifiedFlag(true);
-    return true;
-}
-
-KrGeometry* KrTheme3DGraph::ConvertToGeometry(double* values, unsigned int count, const BSX::BsxPoint3D& position)
-{
-    // No array means no values, however many the caller claims
-    if (!values) count = 0;
-    const KrTheme3DGraphGeometry::Scale s = KrTheme3DGraphGeometry(*this).ScaleOf(values, count);
-    m_barSpacingDegrees = KrTheme3DGraphGeometry::BarSpacingDegrees(m_barWidth, position.y);
-    const double replacement = KrTheme3DGraphGeometry::kReplacement;
-    switch (m_graph.GetGraphType()) {
-    case GraphBar: return BarToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, replacement);
-    case GraphPie:
-        return PieCylinderToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, replacement);
-    case GraphStackedBar:
-        return StackedBarToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, replacement);
-    default: return nullptr;
-    }
-}
-
-KrGeometry* KrTheme3DGraph::BarToGeometry(double* values, unsigned int count, const BSX::BsxPoint3D& position,
-                                          const double& top, const double& bottom, const double& total,
-                                          const double& scaled, const double& replacement)
-{
-    return KrTheme3DGraphGeometry(*this).Bars(values, count, position, {total, top, bottom, scaled}, replacement);
-}
-
-KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int count, const BSX::BsxPoint3D& position,
-                                                 const double& top, const double& bottom, const double& total,
-                                                 const double& scaled, const double& replacement)
-{
-    return KrTheme3DGraphGeometry(*this).StackedBars(values, count, position, {total, top, bottom, scaled},
-                                                     replacement);
-}
-
-KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int count, const BSX::BsxPoint3D& position,
-                                                  const double& top, const double& bottom, const double& total,
-                                                  const double& scaled, const double& replacement)
-{
-    return KrTheme3DGraphGeometry(*this).Pie(values, count, position, {total, top, bottom, scaled}, replacement);
-}
-
-BsxUnicodeString KrTheme3DGraph::GetItemString(const double& value, const int& index, const double& total)
-{
-    return KrTheme3DGraphGeometry(*this).ItemText(value, index, total);
 }
 
 } // namespace KRN

@@ -1,5 +1,6 @@
-#include "KrTheme3DGraphGeometry.h"
-
+// Chart geometry of the graph theme: sums and default sizes for a layer, and the solids and
+// texts of one feature's chart, built by a reader of the theme's sums, sizes, text settings and
+// charts as they stand when it is drawn.
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -21,8 +22,15 @@ using BSX::BsxUnicodeString;
 
 namespace {
 const double kNearZero = ThemeRules::kTolerance;
+// Written over every value that is not positive, and added to a total that counts as zero
+const double kReplacement = 0.001;
 const double kDegToRad = 0.017453292519943295;
+const double kEarthRadius = 6378137.0;
 const double kEarthCircumference = 40075016.68557849;
+const double kGlobeSquareDegrees = 64800.0;
+const double kBarWidthDivisor = 50.0;
+const double kHeightDivisor = 10.0;
+const double kSqrt2 = 1.4142135623730951;
 const double kPieGap = 2.0;
 const double kSmallestSlice = 1.0;
 const double kPieRadiusFactor = 0.25;
@@ -85,9 +93,43 @@ bool TakeValue(double* values, unsigned int i, double replacement)
     values[i] = replacement;
     return false;
 }
+
+// Builds one feature's chart from a graph theme, which it reads and never changes
+class ChartBuilder {
+public:
+    // A feature's total and where it stands on the graduated scale between the layer's totals
+    struct Scale {
+        double total = 0.0;
+        double top = 0.0;
+        double bottom = 0.0;
+        double scaled = 0.0;
+    };
+
+    explicit ChartBuilder(const KrTheme3DGraph& theme) : m_theme(theme) {}
+
+    // Total of count values and its scale by the theme's graduated mode
+    Scale ScaleOf(const double* values, unsigned int count) const;
+    // A compound of one solid (and text) per positive value; null when the host gives no
+    // compound or a bar would have no height. Values that are not positive are overwritten.
+    KrGeometry* Bars(double* values, unsigned int count, const BsxPoint3D& position, const Scale& scale,
+                     double replacement) const;
+    KrGeometry* StackedBars(double* values, unsigned int count, const BsxPoint3D& position, const Scale& scale,
+                            double replacement) const;
+    KrGeometry* Pie(double* values, unsigned int count, const BsxPoint3D& position, const Scale& scale,
+                    double replacement) const;
+    // Text of item index for its value and the chart total, by the theme's item text format
+    BsxUnicodeString ItemText(double value, int index, double total) const;
+
+private:
+    double InterpolatedSize(const Scale& scale) const;
+    void AddItemText(KrGeoCompound& compound, double value, int index, double total, const BsxPoint3D& point) const;
+
+    const KrTheme3DGraph& m_theme;
+};
+
 } // namespace
 
-KrTheme3DGraphGeometry::Scale KrTheme3DGraphGeometry::ScaleOf(const double* values, unsigned int count) const
+ChartBuilder::Scale ChartBuilder::ScaleOf(const double* values, unsigned int count) const
 {
     Scale s;
     for (unsigned int i = 0; i < count; ++i) s.total += values[i];
@@ -107,12 +149,7 @@ KrTheme3DGraphGeometry::Scale KrTheme3DGraphGeometry::ScaleOf(const double* valu
     return s;
 }
 
-double KrTheme3DGraphGeometry::BarSpacingDegrees(double barWidth, double latitude)
-{
-    return (2.0 * barWidth) / (std::cos(latitude * kDegToRad) * kEarthCircumference) * 360.0;
-}
-
-double KrTheme3DGraphGeometry::InterpolatedSize(const Scale& scale) const
+double ChartBuilder::InterpolatedSize(const Scale& scale) const
 {
     double range = scale.top - scale.bottom;
     if (IsZero(range)) range = IsZero(scale.top) ? 1.0 : scale.top;
@@ -121,7 +158,7 @@ double KrTheme3DGraphGeometry::InterpolatedSize(const Scale& scale) const
     return maxH - (maxH - minH) * (scale.top - scale.scaled) / range;
 }
 
-void KrTheme3DGraphGeometry::AddItemText(KrGeoCompound& compound, double value, int index, double total,
+void ChartBuilder::AddItemText(KrGeoCompound& compound, double value, int index, double total,
                                          const BsxPoint3D& point) const
 {
     BsxUnicodeString text = ItemText(value, index, total);
@@ -133,7 +170,7 @@ void KrTheme3DGraphGeometry::AddItemText(KrGeoCompound& compound, double value, 
     compound.AddCompound(geometry.release(), true);
 }
 
-KrGeometry* KrTheme3DGraphGeometry::Bars(double* values, unsigned int count, const BsxPoint3D& position,
+KrGeometry* ChartBuilder::Bars(double* values, unsigned int count, const BsxPoint3D& position,
                                          const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
@@ -163,7 +200,7 @@ KrGeometry* KrTheme3DGraphGeometry::Bars(double* values, unsigned int count, con
     return compound.release();
 }
 
-KrGeometry* KrTheme3DGraphGeometry::StackedBars(double* values, unsigned int count, const BsxPoint3D& position,
+KrGeometry* ChartBuilder::StackedBars(double* values, unsigned int count, const BsxPoint3D& position,
                                                 const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
@@ -197,7 +234,7 @@ KrGeometry* KrTheme3DGraphGeometry::StackedBars(double* values, unsigned int cou
     return compound.release();
 }
 
-KrGeometry* KrTheme3DGraphGeometry::Pie(double* values, unsigned int count, const BsxPoint3D& position,
+KrGeometry* ChartBuilder::Pie(double* values, unsigned int count, const BsxPoint3D& position,
                                         const Scale& scale, double replacement) const
 {
     std::unique_ptr<KrGeoCompound> compound = NewCompound();
@@ -231,7 +268,7 @@ KrGeometry* KrTheme3DGraphGeometry::Pie(double* values, unsigned int count, cons
     return compound.release();
 }
 
-BsxUnicodeString KrTheme3DGraphGeometry::ItemText(double value, int index, double total) const
+BsxUnicodeString ChartBuilder::ItemText(double value, int index, double total) const
 {
     const Kr3DGraph& graph = m_theme.GetWorkingGraph();
     switch (m_theme.GetItemTextFormat()) {
@@ -250,6 +287,92 @@ BsxUnicodeString KrTheme3DGraphGeometry::ItemText(double value, int index, doubl
         if (IsZero(total)) return BsxUnicodeString();
         return Percent(value, total);
     }
+}
+
+// The theme's layer sizes and chart entry points --------------------------------------------
+
+bool KrTheme3DGraph::CalExtremumvValue(const double& minSum, const double& maxSum, const BSX::BsxRect2D& bounds,
+                                       const int& count, bool absolute)
+{
+    m_minSum = minSum;
+    m_maxSum = maxSum;
+    if (count >= 1 && m_graph.GetCount() >= 1) {
+        for (int i = 0; i < m_graph.GetCount(); ++i) {
+            const Kr3DGraphItem& item = m_graph.GetItem(i);
+            if (item.Type != Kr3DGraphItem::ArrayItem) continue;
+            double lo = 0.0;
+            double hi = 0.0;
+            for (int k = 0; k < item.ArrayValues.GetSize(); ++k) {
+                const double value = absolute ? std::fabs(item.ArrayValues[k]) : item.ArrayValues[k];
+                if (k == 0 || value < lo) lo = value;
+                if (k == 0 || value > hi) hi = value;
+            }
+            m_minSum += lo;
+            m_maxSum += hi;
+        }
+    }
+    if (m_minSum < 0.0) m_minSum = 0.0;
+    if (m_maxSum < 0.0) m_maxSum = 0.0;
+    m_sqrtMaxSum = std::sqrt(m_maxSum);
+    m_sqrtMinSum = std::sqrt(m_minSum);
+    m_logMaxSum = std::log(m_maxSum);
+    m_logMinSum = std::log(m_minSum);
+
+    // The side of the layer's extent as a fraction of the globe's
+    const double f = std::sqrt(bounds.Width() * bounds.Height() / kGlobeSquareDegrees);
+    if (IsZero(m_barWidth)) m_barWidth = f * kEarthRadius / kBarWidthDivisor;
+    if (IsZero(m_maxSize.cy) && IsZero(m_minSize.cy)) {
+        const double height = f * kEarthRadius / kHeightDivisor;
+        m_maxSize = BSX::BsxSize2D(height * kSqrt2, height);
+        // A maximum sum of 0 makes this 0/0: the minimum size is then not a number, which the
+        // host's solids receive as they are
+        const double ratio = std::sqrt(m_minSum / m_maxSum);
+        m_minSize = BSX::BsxSize2D(ratio * height * kSqrt2, ratio * height);
+    }
+    SetModifiedFlag(true);
+    return true;
+}
+
+KrGeometry* KrTheme3DGraph::ConvertToGeometry(double* values, unsigned int count, const BsxPoint3D& position)
+{
+    // No array means no values, however many the caller claims
+    if (!values) count = 0;
+    const ChartBuilder::Scale s = ChartBuilder(*this).ScaleOf(values, count);
+    m_barSpacingDegrees = (2.0 * m_barWidth) / (std::cos(position.y * kDegToRad) * kEarthCircumference) * 360.0;
+    switch (m_graph.GetGraphType()) {
+    case GraphBar: return BarToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, kReplacement);
+    case GraphPie:
+        return PieCylinderToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, kReplacement);
+    case GraphStackedBar:
+        return StackedBarToGeometry(values, count, position, s.top, s.bottom, s.total, s.scaled, kReplacement);
+    default: return nullptr;
+    }
+}
+
+KrGeometry* KrTheme3DGraph::BarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                          const double& top, const double& bottom, const double& total,
+                                          const double& scaled, const double& replacement)
+{
+    return ChartBuilder(*this).Bars(values, count, position, {total, top, bottom, scaled}, replacement);
+}
+
+KrGeometry* KrTheme3DGraph::StackedBarToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                                 const double& top, const double& bottom, const double& total,
+                                                 const double& scaled, const double& replacement)
+{
+    return ChartBuilder(*this).StackedBars(values, count, position, {total, top, bottom, scaled}, replacement);
+}
+
+KrGeometry* KrTheme3DGraph::PieCylinderToGeometry(double* values, unsigned int count, const BsxPoint3D& position,
+                                                  const double& top, const double& bottom, const double& total,
+                                                  const double& scaled, const double& replacement)
+{
+    return ChartBuilder(*this).Pie(values, count, position, {total, top, bottom, scaled}, replacement);
+}
+
+BsxUnicodeString KrTheme3DGraph::GetItemString(const double& value, const int& index, const double& total)
+{
+    return ChartBuilder(*this).ItemText(value, index, total);
 }
 
 } // namespace KRN
