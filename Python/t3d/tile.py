@@ -54,11 +54,11 @@ def _draw(args, merged, index, *children):
 
 
 def _remove_tiles(tiles):
-    """Removes what an earlier run left: tiles, label lists, hidden temporary files."""
+    """Removes what an earlier run left: tiles, label and feature lists, hidden temporary files."""
     if not os.path.isdir(tiles):
         return
     for name in os.listdir(tiles):
-        if name.startswith(".") or name.endswith(".glb") or name.endswith(".labels.json"):
+        if name.startswith(".") or name.endswith((".glb", ".labels.json", ".features.json")):
             os.remove(os.path.join(tiles, name))
 
 

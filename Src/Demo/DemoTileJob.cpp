@@ -294,6 +294,9 @@ bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& 
         settings.chartTotals = std::make_shared<DemoChartTotals>(m_summary.GetChartTotals(static_cast<size_t>(m_needs.front().chart)));
     settings.geometryKinds = m_summary.GetGeometryKinds();
     settings.read = m_options.read;
+    // Features are named as the demo's tiler names them: by the chosen field, else by a "name" field
+    if (m_options.idFieldGiven || m_sample.FindField("name") >= 0)
+        settings.idField = m_options.idFieldGiven ? m_options.idField : "name";
     std::unique_ptr<KrTheme3D> clone(m_factory->CloneTheme3D(m_master.get()));
     if (!clone) {
         error = "the factory could not clone the " + m_name + " theme";
