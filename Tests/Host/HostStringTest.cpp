@@ -3,6 +3,7 @@
 #include <climits>
 #include <cmath>
 #include <stdexcept>
+#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "BsxVariant.h"
 #include "KrConvert.h"
 #include "KrFile.h"
+#include "KrMarkup.h"
 #include "TestSupport.h"
 
 using namespace BSX;
@@ -80,6 +82,32 @@ TEST(BsxUnicodeStringTest, NumbersAndUtf8)
     EXPECT_EQ(BsxUnicodeString::FromUtf8(text.ToUtf8()), text);
     // A truncated sequence becomes a replacement character instead of reading past the end
     EXPECT_EQ(BsxUnicodeString::FromUtf8(std::string("a\xE5\x8C", 3)), L"a\uFFFD\uFFFD");
+}
+
+TEST(BsxUnicodeStringTest, LongTextsConvertAcrossBufferEdges)
+{
+    // Characters of every width land on every edge of the conversion buffers and of the blocks
+    // a printed document is collected in
+    std::wstring text;
+    for (int i = 0; text.size() < 1500000; ++i) text += std::wstring(static_cast<size_t>(i % 7), L'a') + L"\u00e9\u5317\U0001F600<&";
+    const BsxUnicodeString wide(text);
+    EXPECT_EQ(BsxUnicodeString::FromUtf8(wide.ToUtf8()), wide);
+    KrMarkup doc;
+    doc.AddElem(L"r", wide.Cstr());
+    KrMarkup back(doc.GetDoc().Cstr());
+    EXPECT_TRUE(back.FindElem(L"r"));
+    EXPECT_EQ(back.GetData(), wide);
+    // Converted in pieces cut before a byte that starts a character, broken text reads as it
+    // does whole
+    const std::string bytes("a\xE5\x8C\x80\xE5\x8Cz\xF0\x9F\x98\xC3\xA9\x80\x80\x80\x80\xED\xA0\x80q");
+    const BsxUnicodeString whole = BsxUnicodeString::FromUtf8(bytes);
+    for (size_t cut = 1; cut < bytes.size(); ++cut) {
+        if ((static_cast<unsigned char>(bytes[cut]) & 0xC0) == 0x80) continue;
+        std::wstring pieces;
+        BsxUnicodeString::AppendUtf8(pieces, bytes.data(), cut);
+        BsxUnicodeString::AppendUtf8(pieces, bytes.data() + cut, bytes.size() - cut);
+        EXPECT_EQ(BsxUnicodeString(pieces), whole) << cut;
+    }
 }
 
 TEST(BsxContainersTest, ArrayChecksIndexAndDictOrdersKeys)

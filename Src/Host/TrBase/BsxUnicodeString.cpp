@@ -20,11 +20,19 @@ BsxUnicodeString& BsxUnicodeString::operator=(const wchar_t* text)
 
 BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
 {
-    const size_t n = text ? length : 0;
-    // Never more characters than bytes: reserve once, then append through a small buffer, so
-    // that a long document is written once instead of being zero-filled first
+    // Never more characters than bytes: reserve once, so that a long document is written once
+    // instead of being zero-filled first
     std::wstring out;
-    out.reserve(n);
+    out.reserve(text ? length : 0);
+    AppendUtf8(out, text, length);
+    return BsxUnicodeString(std::move(out));
+}
+
+void BsxUnicodeString::AppendUtf8(std::wstring& out, const char* text, size_t length)
+{
+    const size_t n = text ? length : 0;
+    // Written through a small buffer: appending whole runs is far cheaper than a character
+    // at a time
     wchar_t buffer[4096];
     size_t used = 0;
     const auto* s = reinterpret_cast<const unsigned char*>(text);
@@ -34,6 +42,16 @@ BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
             out.append(buffer, used);
             used = 0;
         }
+        // A run of ASCII, the bulk of any document, in a tight loop
+        const size_t run = std::min(n - i, sizeof buffer / sizeof buffer[0] - used);
+        size_t k = 0;
+        while (k < run && s[i + k] < 0x80) {
+            buffer[used + k] = static_cast<wchar_t>(s[i + k]);
+            ++k;
+        }
+        used += k;
+        i += k;
+        if (i == n || used == sizeof buffer / sizeof buffer[0]) continue;
         unsigned char c = s[i];
         unsigned int cp = 0;
         int extra = 0;
@@ -52,7 +70,6 @@ BsxUnicodeString BsxUnicodeString::FromUtf8(const char* text, size_t length)
         i += static_cast<size_t>(extra) + 1;
     }
     out.append(buffer, used);
-    return BsxUnicodeString(std::move(out));
 }
 
 std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
@@ -64,12 +81,24 @@ std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
     out.reserve(length);
     char buffer[4096];
     size_t used = 0;
-    for (size_t i = 0; i < length; ++i) {
+    size_t i = 0;
+    while (i < length) {
         if (used > sizeof buffer - 4) {
             out.append(buffer, used);
             used = 0;
         }
-        const unsigned int cp = valid(static_cast<unsigned int>(text[i]));
+        // A run of ASCII, the bulk of any document, in a tight loop; it leaves room for the
+        // four bytes of the character after it
+        const size_t run = std::min(length - i, sizeof buffer - 4 - used);
+        size_t k = 0;
+        while (k < run && text[i + k] >= 0 && text[i + k] < 0x80) {
+            buffer[used + k] = static_cast<char>(text[i + k]);
+            ++k;
+        }
+        used += k;
+        i += k;
+        if (i == length) break;
+        const unsigned int cp = valid(static_cast<unsigned int>(text[i++]));
         if (cp < 0x80) {
             buffer[used++] = static_cast<char>(cp);
         } else if (cp < 0x800) {

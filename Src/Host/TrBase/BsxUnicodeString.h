@@ -25,6 +25,9 @@ public:
     ///@{
     static BsxUnicodeString FromUtf8(const std::string& text) { return FromUtf8(text.data(), text.size()); }
     static BsxUnicodeString FromUtf8(const char* text, size_t length);
+    /// Appends the conversion to out; a text cut before a byte that starts a character
+    /// converts piece by piece exactly as it does whole
+    static void AppendUtf8(std::wstring& out, const char* text, size_t length);
     std::string ToUtf8() const { return ToUtf8(m_text.data(), m_text.size()); }
     static std::string ToUtf8(const wchar_t* text, size_t length);
     ///@}

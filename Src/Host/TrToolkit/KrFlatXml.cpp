@@ -108,23 +108,31 @@ bool Split(const wchar_t* text, Document& document)
 
 void AppendText(std::wstring& out, std::wstring_view text)
 {
-    for (const wchar_t c : text) {
+    // Runs that need no escaping are appended whole
+    size_t plain = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const wchar_t c = text[i];
+        if (c != L'&' && c != L'<' && c != L'>' && (c >= 32 || c == L'\t' || c == L'\n' || c == L'\r') && HasUtf8Form(c))
+            continue;
+        out.append(text.data() + plain, i - plain);
+        plain = i + 1;
         if (c == L'&') {
-            out += L"&amp;";
+            out.append(L"&amp;", 5);
         } else if (c == L'<') {
-            out += L"&lt;";
+            out.append(L"&lt;", 4);
         } else if (c == L'>') {
-            out += L"&gt;";
+            out.append(L"&gt;", 4);
         } else if (c < 32 && c != L'\t' && c != L'\n' && c != L'\r') {
             const wchar_t code[] = {L'&', L'#', static_cast<wchar_t>(L'0' + c / 10), static_cast<wchar_t>(L'0' + c % 10), L';'};
             out.append(code, 5);
         } else {
-            out += HasUtf8Form(c) ? c : L'\xFFFD';
+            out += L'\xFFFD';
         }
     }
+    out.append(text.data() + plain, text.size() - plain);
 }
 
-Writer::Writer(const wchar_t* root) : m_root(root ? root : L"")
+Writer::Writer(std::wstring_view root) : m_root(root)
 {
     for (wchar_t& c : m_root)
         if (!HasUtf8Form(c)) c = L'\xFFFD';
@@ -135,29 +143,29 @@ Writer::Writer(const wchar_t* root) : m_root(root ? root : L"")
 
 void Writer::Add(std::wstring_view name, std::wstring_view text)
 {
-    if (m_empty) m_text += L">\n";
+    if (m_empty) m_text.append(L">\n", 2);
     m_empty = false;
-    m_text += L"  <";
+    m_text.append(L"  <", 3);
     m_text += name;
     if (text.empty()) {
-        m_text += L" />\n";
+        m_text.append(L" />\n", 4);
         return;
     }
     m_text += L'>';
     AppendText(m_text, text);
-    m_text += L"</";
+    m_text.append(L"</", 2);
     m_text += name;
-    m_text += L">\n";
+    m_text.append(L">\n", 2);
 }
 
 std::wstring Writer::Finish()
 {
     if (m_empty) {
-        m_text += L" />\n";
+        m_text.append(L" />\n", 4);
     } else {
-        m_text += L"</";
+        m_text.append(L"</", 2);
         m_text += m_root;
-        m_text += L">\n";
+        m_text.append(L">\n", 2);
     }
     return std::move(m_text);
 }

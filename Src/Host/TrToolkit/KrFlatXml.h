@@ -37,7 +37,7 @@ void AppendText(std::wstring& out, std::wstring_view text);
 // element as "<name />", a line end after every element
 class Writer {
 public:
-    explicit Writer(const wchar_t* root);
+    explicit Writer(std::wstring_view root);
     // A child; empty text makes an empty element
     void Add(std::wstring_view name, std::wstring_view text);
     // The finished document (the writer is spent)

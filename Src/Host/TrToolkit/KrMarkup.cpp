@@ -1,6 +1,7 @@
 #include "KrMarkup.h"
 
 #include <pugixml.hpp>
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 #include <string>
@@ -72,13 +73,14 @@ std::string Utf8(const wchar_t* text) { return text ? BsxUnicodeString::ToUtf8(t
 // Text as UTF-8 in buffer; plain ASCII is copied as it is
 const char* Narrow(std::wstring_view text, std::string& buffer)
 {
-    buffer.clear();
+    buffer.resize(text.size());
+    char* out = &buffer[0];
     for (const wchar_t c : text) {
         if (c < 0 || c >= 0x80) {
             buffer = BsxUnicodeString::ToUtf8(text.data(), text.size());
             break;
         }
-        buffer += static_cast<char>(c);
+        *out++ = static_cast<char>(c);
     }
     return buffer.c_str();
 }
@@ -86,13 +88,15 @@ const char* Narrow(std::wstring_view text, std::string& buffer)
 // UTF-8 text as wide characters in buffer; plain ASCII is copied as it is
 std::wstring_view Widen(const char* text, std::wstring& buffer)
 {
-    buffer.clear();
+    const size_t length = std::strlen(text);
+    buffer.resize(length);
+    wchar_t* out = &buffer[0];
     for (const char* p = text; *p; ++p) {
         if (static_cast<unsigned char>(*p) >= 0x80) {
-            buffer = BsxUnicodeString::FromUtf8(text, std::strlen(text)).Str();
+            buffer = BsxUnicodeString::FromUtf8(text, length).Str();
             break;
         }
-        buffer += static_cast<wchar_t>(*p);
+        *out++ = static_cast<wchar_t>(*p);
     }
     return buffer;
 }
@@ -102,6 +106,52 @@ struct StringWriter : pugi::xml_writer {
     std::string text;
     void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
 };
+// Collects a printed document in blocks, so that a long one is never copied to grow and its
+// wide form is sized once
+struct BlockWriter : pugi::xml_writer {
+    static constexpr size_t kBlock = 1 << 20;
+    std::vector<std::string> blocks;
+    size_t size = 0;
+    void write(const void* data, size_t length) override
+    {
+        size += length;
+        if (blocks.empty() || blocks.back().capacity() - blocks.back().size() < length) {
+            blocks.emplace_back();
+            blocks.back().reserve(std::max(kBlock, length));
+        }
+        blocks.back().append(static_cast<const char*>(data), length);
+    }
+
+    // The blocks as one wide text. A block may end inside a character, so the text is
+    // converted in pieces that end before a byte that starts a character: cut there, each
+    // piece converts exactly as it would inside the whole text.
+    std::wstring Wide() const
+    {
+        const auto starts = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+        std::wstring text;
+        text.reserve(size);
+        std::string carry;
+        for (const std::string& block : blocks) {
+            const char* b = block.data();
+            size_t last = block.size();
+            while (last > 0 && !starts(b[last - 1])) --last;
+            if (last == 0) {
+                carry.append(block);
+                continue;
+            }
+            --last;
+            size_t first = 0;
+            while (!starts(b[first])) ++first;
+            carry.append(b, first);
+            BsxUnicodeString::AppendUtf8(text, carry.data(), carry.size());
+            BsxUnicodeString::AppendUtf8(text, b + first, last - first);
+            carry.assign(b + last, block.size() - last);
+        }
+        BsxUnicodeString::AppendUtf8(text, carry.data(), carry.size());
+        return text;
+    }
+};
+
 BsxUnicodeString Wide(const char* text) { return BsxUnicodeString::FromUtf8(text ? text : ""); }
 
 // An element name to search for; names in plain ASCII are compared without converting them
@@ -207,7 +257,7 @@ bool SerializeFlat(const pugi::xml_node& node, std::wstring (&wide)[2], BsxUnico
         // keeps for elements with text
         if (text && (text.type() != pugi::node_pcdata || text.next_sibling() || !*text.value())) return false;
     }
-    FlatXml::Writer writer(std::wstring(Widen(node.name(), wide[0])).c_str());
+    FlatXml::Writer writer(Widen(node.name(), wide[0]));
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
         writer.Add(Widen(c.name(), wide[0]), Widen(c.child_value(), wide[1]));
     std::wstring text = writer.Finish();
@@ -275,9 +325,9 @@ bool KrMarkup::IsWellFormed() const { return m_impl->parsed->wellFormed; }
 
 BsxUnicodeString KrMarkup::GetDoc() const
 {
-    StringWriter out;
+    BlockWriter out;
     m_impl->Doc().save(out, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
-    return BsxUnicodeString::FromUtf8(out.text);
+    return BsxUnicodeString(out.Wide());
 }
 
 bool KrMarkup::FindElem(const wchar_t* name)

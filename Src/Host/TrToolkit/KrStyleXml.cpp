@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cwchar>
 #include <cwctype>
 #include <string>
@@ -12,9 +13,12 @@ namespace StyleXml {
 size_t WriteReal(double value, wchar_t* out)
 {
     // The general format with a precision is "%.17g", without the C library's locale and
-    // format parsing
+    // format parsing. A whole number below 1e15 prints as its digits there, and most style
+    // values are such (0, 1, 90), so they take the integer printer; -0 keeps its sign.
     char buf[kRealChars];
-    const std::to_chars_result r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 17);
+    const bool whole = std::fabs(value) < 1e15 && value == std::trunc(value) && !(value == 0 && std::signbit(value));
+    const std::to_chars_result r = whole ? std::to_chars(buf, buf + sizeof buf, static_cast<long long>(value))
+                                         : std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 17);
     const size_t n = static_cast<size_t>(r.ptr - buf);
     for (size_t i = 0; i < n; ++i) out[i] = static_cast<wchar_t>(buf[i]);
     return n;
