@@ -229,6 +229,9 @@ std::string MakeBadInputs(const std::string& scratch)
 {
     const std::string shp = std::string(T3D_DEMO_DATA);
     const std::string stem = shp.substr(0, shp.size() - 4);
+    // The folder may be missing (run alone, before the tour) or hold an earlier run's refusals
+    std::filesystem::remove_all(scratch + "/refused");
+    std::filesystem::create_directories(scratch);
     const std::string script = "cd " + scratch + " && mkdir -p trunc noshx && for e in shp shx dbf prj cpg; do cp " +
                                stem + ".$e trunc/c.$e; done && cp " + stem + ".shp " + stem +
                                ".dbf noshx/ && truncate -s 60000 trunc/c.shp";
