@@ -155,6 +155,10 @@ function legendPanel(layer) {
     const scale = (e) => (Number.isFinite(e.metresPerUnit) ? ` (${e.metresPerUnit.toPrecision(2)} m per unit)` : '');
     meta.push(`series: ${series.map((e) => `${e.value || e.caption}${scale(e)}`).join(', ')}`);
   }
+  if (legend.graduation === 'square root' && Array.isArray(legend.sizeRange)) {
+    // The chart size of a pie is four times its radius
+    meta.push(`chart area follows the total; largest radius ${formatNumber(Math.round(legend.sizeRange[1] / 4000))} km`);
+  }
   if (theme.kind === 'graph' || theme.heightScale !== 1) meta.push(`height scale: ×${formatNumber(theme.heightScale)}`);
   for (const line of meta) panel.append(text('p', line, 'meta'));
   const table = document.createElement('table');

@@ -187,6 +187,21 @@ bool DemoDrawer::PrepareGraph(std::string& error)
         if (scale.sizeMax > 0.0) {
             graph.SetMinSumSize(scale.sizeMin);
             graph.SetMaxSumSize(scale.sizeMax);
+        } else if (!(scale.metresPerUnit > 0.0) && graph.GetGraphType() == KrTheme3DGraph::GraphPie && maxSum > 0.0) {
+            // Pies read as proportional symbols: a pie's area follows its total, so the radius
+            // grows with the square root, and the largest pie spans one and a half times the
+            // typical distance between neighbours. Radii in proportion to the totals themselves
+            // shrink every pie but the largest few to a dot.
+            const double spacing = TypicalSpacing(m_layer);
+            const double side = std::sqrt(std::fabs(m_layer.bounds.Width() * m_layer.bounds.Height()) / 64800.0);
+            const double largestRadius = spacing > 0.0 ? 1.5 * spacing : side * 6378137.0 / 20.0;
+            // The theme's pie radius is a quarter of the chart size
+            const double top = 4.0 * largestRadius;
+            graph.SetGraduatedMode(KrTheme3DGraph::GraduatedSquareRoot);
+            graph.SetMaxSumSize(top);
+            // With the smallest size at the smallest total's share, the interpolation between
+            // the square roots of the extreme totals is the square root itself
+            graph.SetMinSumSize(top * std::sqrt(std::max(0.0, minSum) / maxSum));
         } else {
             // Heights proportional to the values: with linear grading, sizes of total x metres
             // per unit at both ends make every solid value x metres per unit high

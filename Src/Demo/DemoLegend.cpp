@@ -71,6 +71,9 @@ std::string DemoLegend::Json(const DemoRun& run, const KrTheme3D& theme, const D
         j.Key("seriesScale").String(drawer.IsSeriesIndependent() ? "independent" : "shared");
         j.Key("barWidth").Number(graph.GetBarWidth());
         j.Key("sizeRange").BeginArray().Number(graph.GetMinSumSize()).Number(graph.GetMaxSumSize()).EndArray();
+        static const char* const kGraduation[] = {"linear", "square root", "logarithm"};
+        const int mode = graph.GetGraduatedMode();
+        if (mode >= 0 && mode < 3) j.Key("graduation").String(kGraduation[mode]);
     } else if (theme.GetType() == KrTheme3D::Theme3DCustom || run.request.kind == KrTheme3D::Theme3DNone) {
         // Heights that fields or styles give, in metres per unit of their value
         j.Key("heightScale").Number(run.heightScale);

@@ -502,6 +502,12 @@ TEST(DemoResults, ChartAndCustomHeightsInMetresPerUnitAndSeriesOnTheirOwnScale)
     legend = ReadJson(out + "/graph.legend.json");
     EXPECT_EQ(legend["seriesScale"], "shared");
     EXPECT_EQ(legend["sizeRange"], json::array({1000.0, 90000.0}));
+    // By default pies are proportional symbols, areas following the totals, the largest one
+    // hundreds of kilometres across rather than radii in proportion that leave most pies a dot
+    ASSERT_EQ(RunDemo(data + " --chart pie --fields pop_est,gdp_md_est --out " + out).status, 0);
+    legend = ReadJson(out + "/graph.legend.json");
+    EXPECT_EQ(legend["graduation"], "square root");
+    EXPECT_GT(legend["sizeRange"][1].get<double>() / 4.0, 200000.0);
 }
 
 TEST(DemoResults, PointsStandAsClosedMarkersOrColumnsAsTallAsTheirValue)
