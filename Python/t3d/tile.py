@@ -11,7 +11,6 @@ theme's document and, last, tileset.json. The result is the same bytes as `t3d_d
 with the same options.
 """
 import argparse
-import hashlib
 import os
 import sys
 import threading
@@ -27,22 +26,25 @@ _DEMO_OPTIONS = {
     "--size-range": 1, "--custom": 1, "--theme": 1, "--x-field": 1, "--y-field": 1, "--lenient": 0,
 }
 
-# Jobs prepared in this worker process, by their options and merged summary
+# The job prepared in this worker process, by its options, with the merged summary it was
+# prepared from
 _jobs = {}
 _jobs_lock = threading.Lock()
 
 
 def _job(args, merged):
     """The worker's own prepared job (tree, theme clone, source reader), made on first use."""
-    key = (tuple(args), hashlib.sha1(merged).hexdigest())
+    key = tuple(args)
     with _jobs_lock:
-        job = _jobs.get(key)
-        if job is None:
+        held = _jobs.get(key)
+        # Every node of a run hands in the one summary the worker holds; comparing the object
+        # first spares hashing or comparing megabytes per node
+        if held is None or (held[0] is not merged and held[0] != merged):
             job = _t3d.TileJob(list(args))
             job.prepare(merged)
             _jobs.clear()
-            _jobs[key] = job
-        return job
+            held = _jobs[key] = (merged, job)
+        return held[1]
 
 
 def _summarise(args, span, spans):
