@@ -55,6 +55,20 @@ def _draw(args, merged, index, *children):
     return _job(args, merged).draw_node(index, list(children))
 
 
+def _children_first(nodes):
+    """The node indices in post-order from the root: every node after all of its children."""
+    order, stack = [], [(0, False)] if nodes else []
+    while stack:
+        index, expanded = stack.pop()
+        if expanded:
+            order.append(index)
+            continue
+        stack.append((index, True))
+        for child in reversed(nodes[index][1]):
+            stack.append((child, False))
+    return order
+
+
 def _remove_tiles(tiles):
     """Removes what an earlier run left: tiles, label and feature lists, hidden temporary files."""
     if not os.path.isdir(tiles):
@@ -180,8 +194,11 @@ def run(args, client, on_node=None):
     shared = client.scatter(merged, broadcast=True)
     report.from_driver += len(merged) * max(1, workers)
     futures = [None] * len(nodes)
-    # Parents come before their children in the list: submit from the end
-    for index in range(len(nodes) - 1, -1, -1):
+    # Each node right after its children (parents come before their children in the list, the
+    # root first): the scheduler runs tasks in the order they came, so a worker finishes one
+    # subtree before it starts the next and still holds what the children handed up when it
+    # draws their parent, instead of reading those features again
+    for index in _children_first(nodes):
         children = [futures[c] for c in nodes[index][1]]
         futures[index] = client.submit(_draw, tuple(args), shared, index, *children, pure=False,
                                        key="t3d-node-%d-%s" % (index, os.urandom(4).hex()))

@@ -58,6 +58,9 @@ public:
     // The feature of that identifier, read as Next reads it; false when the source has none.
     // Reading restarts afterwards.
     bool Fetch(long long fid, DemoFeature& feature);
+    // The features of those identifiers, in their order, read as Fetch reads them; false when
+    // the source lacks one (missing then names it). Reading restarts afterwards.
+    bool FetchAll(const std::vector<long long>& fids, std::vector<DemoFeature>& features, long long& missing);
 
 private:
     // One record as Next hands it; false when a table's record has no place

@@ -160,13 +160,17 @@ bool DemoTileDrawer::Open(std::unique_ptr<KrTheme3D> theme, const DemoLayer& lay
 
 bool DemoTileDrawer::Read(const std::vector<long long>& fids, std::vector<DemoTileCandidate>& out, std::string& error)
 {
-    for (long long fid : fids) {
+    std::vector<DemoFeature> features;
+    long long missing = -1;
+    if (!m_stream.FetchAll(fids, features, missing)) {
+        error = "the layer has no feature " + std::to_string(missing) + " any more (did it change?)";
+        return false;
+    }
+    out.reserve(out.size() + fids.size());
+    for (size_t i = 0; i < fids.size(); ++i) {
         DemoTileCandidate c;
-        c.fid = fid;
-        if (!m_stream.Fetch(fid, c.feature)) {
-            error = "the layer has no feature " + std::to_string(fid) + " any more (did it change?)";
-            return false;
-        }
+        c.fid = fids[i];
+        c.feature = std::move(features[i]);
         c.size = FeatureSize(c.feature);
         out.push_back(std::move(c));
     }

@@ -269,16 +269,12 @@ bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& 
     DemoLayerStream stream;
     if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     std::sort(fids.begin(), fids.end());
-    m_sample.features.clear();
-    for (long long fid : fids) {
-        DemoFeature f;
-        if (!stream.Fetch(fid, f)) {
-            error = "the layer has no feature " + std::to_string(fid) + " any more (did it change?)";
-            return false;
-        }
-        f.parts.clear();
-        m_sample.features.push_back(std::move(f));
+    long long missing = -1;
+    if (!stream.FetchAll(fids, m_sample.features, missing)) {
+        error = "the layer has no feature " + std::to_string(missing) + " any more (did it change?)";
+        return false;
     }
+    for (DemoFeature& f : m_sample.features) f.parts.clear();
     const DemoRun run = DemoTiler::Complete(m_run, m_needs.front(), m_summary);
     const DemoThemeCreator create = [this](int kind) { return m_factory->NewTheme3D(kind); };
     m_drawer.reset();
@@ -312,6 +308,11 @@ bool DemoTileJob::DrawNode(int index, const std::vector<std::string>& children, 
         error = "the job is not prepared";
         return false;
     }
+    if (index < 0 || static_cast<size_t>(index) >= m_tree.GetNodes().size()) {
+        error = "the tree has no node " + std::to_string(index);
+        return false;
+    }
+    const DemoTileNode& node = m_tree.GetNodes()[static_cast<size_t>(index)];
     DemoNodeInput input;
     std::vector<long long> fids;
     for (size_t i = 0; i < children.size(); ++i) {
@@ -322,12 +323,30 @@ bool DemoTileJob::DrawNode(int index, const std::vector<std::string>& children, 
         }
         input.children.push_back(std::move(child.record));
         input.dropped = std::max(input.dropped, child.dropped);
-        fids.insert(fids.end(), child.handUp.begin(), child.handUp.end());
+        // The drawing sorts what its children hand up, so the order they come in does not matter
+        const int childIndex = i < node.children.size() ? node.children[i] : -1;
+        auto kept = std::find_if(m_kept.begin(), m_kept.end(),
+                                 [&](const Kept& k) { return k.node == childIndex && k.fids == child.handUp; });
+        if (kept != m_kept.end()) {
+            for (DemoTileCandidate& c : kept->features) input.promoted.push_back(std::move(c));
+            m_kept.erase(kept);
+        } else {
+            fids.insert(fids.end(), child.handUp.begin(), child.handUp.end());
+        }
     }
     if (!m_drawer->Read(fids, input.promoted, error)) return false;
     DemoNodeOutput out;
     if (!m_drawer->Draw(index, input, out, error)) return false;
     result = PackNode(out);
+    if (node.parent >= 0 && !out.handUp.empty()) {
+        constexpr size_t kKeptNodes = 32;
+        if (m_kept.size() >= kKeptNodes) m_kept.erase(m_kept.begin());
+        Kept k;
+        k.node = index;
+        for (const DemoTileCandidate& c : out.handUp) k.fids.push_back(c.fid);
+        k.features = std::move(out.handUp);
+        m_kept.push_back(std::move(k));
+    }
     return true;
 }
 

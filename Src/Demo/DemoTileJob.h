@@ -63,6 +63,15 @@ private:
     DemoLayer m_sample;
     std::unique_ptr<KrTheme3D> m_master;
     std::unique_ptr<DemoTileDrawer> m_drawer;
+    // Features this job handed up from the nodes it drew, kept for their parent in case this
+    // job draws it too: reading them again by identifier costs a quarter of the drawing. Only
+    // the latest few nodes are kept (a parent drawn elsewhere reads them from the source).
+    struct Kept {
+        int node = -1;
+        std::vector<long long> fids;
+        std::vector<DemoTileCandidate> features;
+    };
+    std::vector<Kept> m_kept;
 
     bool Planned(std::string& error);
 };
