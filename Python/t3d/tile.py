@@ -235,6 +235,14 @@ def main(argv=None):
     # The tasks spend their time in C++, where Dask's statistical profiler sees nothing: it would
     # only take a share of every worker's core, sampling every 10 ms
     dask.config.set({"distributed.worker.profile.enabled": False})
+    # Dask starts its worker processes with MALLOC_TRIM_THRESHOLD_=65536, so that freed memory
+    # goes back to the system at once. Drawing a tile allocates and frees millions of small
+    # blocks, and with that setting the C library gives pages back and faults them in again
+    # all the time: the tiles took half as long again as in the demo host. The workers this
+    # job starts keep the C library's own threshold, which adapts to the program.
+    environ = dict(dask.config.get("distributed.nanny.pre-spawn-environ", default={}) or {})
+    environ.pop("MALLOC_TRIM_THRESHOLD_", None)
+    dask.config.set({"distributed.nanny.pre-spawn-environ": environ})
 
     try:
         if options.scheduler:
