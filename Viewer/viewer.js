@@ -193,7 +193,9 @@ function showPick(layer, record, name) {
   for (const [key, value] of Object.entries(attributes)) {
     const row = table.insertRow();
     row.insertCell().append(text('b', key));
-    row.insertCell().textContent = value === null ? '' : formatNumber(value);
+    // Attributes as the data holds them, as a GIS attribute table shows them: a year or a code
+    // is 1950, not "1,950"
+    row.insertCell().textContent = value === null ? '' : String(value);
   }
   $('info').hidden = false;
   t3d.viewer.scene.requestRender();

@@ -103,6 +103,10 @@ try {
   assert.ok(pick.class, 'the picked feature names its class');
   assert.equal(pick.name, target.id, 'the feature under the click is the one aimed at');
   assert.ok(await page.$('#legends .legend'), 'the tileset\'s legend is shown');
+  // Attributes read as the data holds them: the building's year is 1950, not "1,950"
+  const shown = await page.$$eval('#pick-attributes tr', (rows) => rows.map((r) => [r.cells[0].textContent, r.cells[1].textContent]));
+  assert.ok(shown.some(([key]) => key === 'year'), 'the year is among the attributes shown');
+  for (const [key, cell] of shown) assert.equal(cell, pick.attributes[key] === null ? '' : String(pick.attributes[key]), key);
   if (process.argv[3]) writeFileSync(process.argv[3], await page.screenshot());
   console.log(`${result.loaded.length} of ${named.length} tile contents loaded, ${result.failed.length} failed, ` +
               `${result.selected} drawn at the finest level`);
