@@ -9,6 +9,8 @@ packages+=(dpkg-dev file doxygen)
 # triangulation package is GPL-3.0-or-later, used by the demo host only, never by the module);
 # its tests read JSON and run the glTF validator on node
 packages+=(libgeos-dev libcgal-dev nlohmann-json3-dev)
+# The demo's drawing threads allocate through jemalloc
+packages+=(libjemalloc-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 # The viewer is served by python3; its browser test drives Debian's Chromium headless
 packages+=(python3 chromium)

@@ -227,6 +227,13 @@ def run(args, client, on_node=None):
     return report
 
 
+def _allocator():
+    """The jemalloc library the workers start with (libjemalloc2), or None where it is missing."""
+    import ctypes.util
+
+    return ctypes.util.find_library("jemalloc")
+
+
 def main(argv=None):
     options, args = parse(sys.argv[1:] if argv is None else argv)
     import dask
@@ -242,6 +249,11 @@ def main(argv=None):
     # job starts keep the C library's own threshold, which adapts to the program.
     environ = dict(dask.config.get("distributed.nanny.pre-spawn-environ", default={}) or {})
     environ.pop("MALLOC_TRIM_THRESHOLD_", None)
+    # They allocate through jemalloc, as the demo host does, whose per-thread caches spare the
+    # tiles most of the C library's bookkeeping; the variable reaches a worker at its start
+    allocator = _allocator()
+    if allocator and "LD_PRELOAD" not in environ:
+        environ["LD_PRELOAD"] = allocator
     dask.config.set({"distributed.nanny.pre-spawn-environ": environ})
 
     try:
