@@ -7,6 +7,7 @@
 
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Polygon_2_algorithms.h>
 #include <CGAL/Triangulation_face_base_with_info_2.h>
 #include <CGAL/Triangulation_vertex_base_with_info_2.h>
 #include <geos_c.h>
@@ -104,6 +105,54 @@ void Densify(const std::vector<double>& xy, double offset, Ring& out)
     }
 }
 
+// Twice the signed area of a closed ring of x, y pairs (positive when counter-clockwise)
+double TwiceArea(const std::vector<double>& xy)
+{
+    double twiceArea = 0.0;
+    for (size_t i = 0; i + 3 < xy.size(); i += 2) twiceArea += xy[i] * xy[i + 3] - xy[i + 2] * xy[i + 1];
+    return twiceArea;
+}
+
+// One closed outline of x, y pairs, turned counter-clockwise when it is an outer ring and
+// clockwise for a hole, cut to the mesh's edge length and kept among the mesh's rings
+void AddOutline(std::vector<double>& xy, bool outer, double offset, DemoMesh& mesh)
+{
+    if ((TwiceArea(xy) > 0.0) != outer) {
+        for (size_t i = 0, j = xy.size() / 2 - 1; i < j; ++i, --j) {
+            std::swap(xy[2 * i], xy[2 * j]);
+            std::swap(xy[2 * i + 1], xy[2 * j + 1]);
+        }
+    }
+    mesh.rings.emplace_back();
+    Densify(xy, offset, mesh.rings.back());
+}
+
+// The outline of a feature that is one ring on one side of the antimeridian, not round a pole
+// and simple by exact predicates (no crossing, touching or repeated vertex, some area), as most
+// features of a detailed layer are (a building, a parcel): such a ring is a valid polygon as it
+// stands, and needs neither GEOS's check nor its repair. Empty for any other feature.
+std::vector<double> PlainOutline(const std::vector<DemoPart>& parts)
+{
+    std::vector<double> xy;
+    if (parts.size() != 1 || parts.front().rings.size() != 1 || parts.front().rings.front().size() < 4) return xy;
+    bool polar = false;
+    const Ring ring = Unwrap(parts.front().rings.front(), polar);
+    if (polar || ring.size() < 4) return xy;
+    std::vector<Kernel::Point_2> points;
+    points.reserve(ring.size());
+    for (size_t i = 0; i + 1 < ring.size(); ++i) {
+        const BSX::BsxPoint3D& p = ring[i];
+        if (p.x < -180.0 || p.x > 180.0 || std::fabs(p.y) >= 90.0) return xy;
+        points.emplace_back(p.x, p.y);
+    }
+    if (!CGAL::is_simple_2(points.begin(), points.end(), Kernel()) ||
+        CGAL::polygon_area_2(points.begin(), points.end(), Kernel()) == 0.0)
+        return xy;
+    xy.reserve(ring.size() * 2);
+    for (const BSX::BsxPoint3D& p : ring) xy.push_back(p.x), xy.push_back(p.y);
+    return xy;
+}
+
 // Marks every face with the number of outlines around it, flooding from the outside across
 // unconstrained edges and stepping one level deeper across each outline
 void MarkNesting(Cdt& cdt)
@@ -136,6 +185,50 @@ void MarkNesting(Cdt& cdt)
         border.pop_back();
         Cdt::Face_handle n = e.first->neighbor(e.second);
         if (n->info() == -1) flood(n, e.first->info() + 1);
+    }
+}
+
+// The mesh of the outlines kept in a mesh
+void Triangulate(DemoMesh& mesh)
+{
+    // One constrained triangulation of all the outlines, with a grid of inner points so that
+    // no triangle spans more than a few degrees; the nesting of the outlines tells inside
+    Cdt cdt;
+    double lo[2] = {1e300, 1e300}, hi[2] = {-1e300, -1e300};
+    for (const Ring& ring : mesh.rings) {
+        if (ring.size() < 4) continue;
+        for (const BSX::BsxPoint3D& p : ring) {
+            lo[0] = std::min(lo[0], p.x), hi[0] = std::max(hi[0], p.x);
+            lo[1] = std::min(lo[1], p.y), hi[1] = std::max(hi[1], p.y);
+        }
+        std::vector<Kernel::Point_2> points;
+        points.reserve(ring.size());
+        for (const BSX::BsxPoint3D& p : ring) points.emplace_back(p.x, p.y);
+        cdt.insert_constraint(points.begin(), points.end(), false);
+    }
+    if (cdt.number_of_vertices() < 3) return;
+    const double step = DemoPreparedLayer::kMaxEdgeDegrees;
+    for (double x = std::ceil(lo[0] / step) * step; x < hi[0]; x += step) {
+        for (double y = std::ceil(lo[1] / step) * step; y < hi[1]; y += step) {
+            if (x > lo[0] && y > lo[1]) cdt.insert(Kernel::Point_2(x, y));
+        }
+    }
+    MarkNesting(cdt);
+    mesh.vertices.reserve(cdt.number_of_vertices());
+    mesh.ground.reserve(cdt.number_of_vertices());
+    mesh.triangles.reserve(3 * cdt.number_of_faces());
+    for (auto v = cdt.finite_vertices_begin(); v != cdt.finite_vertices_end(); ++v) v->info() = kUnset;
+    for (auto f = cdt.finite_faces_begin(); f != cdt.finite_faces_end(); ++f) {
+        if (f->info() % 2 != 1) continue;
+        for (int k = 0; k < 3; ++k) {
+            Cdt::Vertex_handle v = f->vertex(k);
+            if (v->info() == kUnset) {
+                v->info() = static_cast<std::uint32_t>(mesh.vertices.size());
+                mesh.vertices.emplace_back(v->point().x(), v->point().y(), 0.0);
+                mesh.ground.push_back(DemoPreparedLayer::ToEcef(v->point().x(), v->point().y(), 0.0));
+            }
+            mesh.triangles.push_back(v->info());
+        }
     }
 }
 
@@ -272,16 +365,7 @@ struct DemoPreparedLayer::Impl {
         if (!seq || !GEOSCoordSeq_getSize_r(geos, seq, &size) || size < 4) return;
         std::vector<double> xy(static_cast<size_t>(size) * 2);
         GEOSCoordSeq_copyToBuffer_r(geos, seq, xy.data(), 0, 0);
-        double twiceArea = 0.0;
-        for (size_t i = 0; i + 1 < size; ++i) twiceArea += xy[2 * i] * xy[2 * i + 3] - xy[2 * i + 2] * xy[2 * i + 1];
-        if ((twiceArea > 0.0) != outer) {
-            for (size_t i = 0, j = size - 1; i < j; ++i, --j) {
-                std::swap(xy[2 * i], xy[2 * j]);
-                std::swap(xy[2 * i + 1], xy[2 * j + 1]);
-            }
-        }
-        mesh.rings.emplace_back();
-        Densify(xy, offset, mesh.rings.back());
+        AddOutline(xy, outer, offset, mesh);
     }
 
     void AddPolygon(const GEOSGeometry* polygon, double offset, DemoMesh& mesh) const
@@ -328,7 +412,18 @@ void DemoPreparedLayer::Prepare(DemoLayer& layer)
 bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoMesh& mesh, BSX::BsxPoint3D* anchor)
 {
     Impl& g = *m_impl;
-    mesh = DemoMesh();
+    // Emptied, not replaced: a drawer preparing feature after feature keeps the storage
+    mesh.vertices.clear();
+    mesh.triangles.clear();
+    mesh.ground.clear();
+    mesh.rings.clear();
+    std::vector<double> plain = anchor ? std::vector<double>() : PlainOutline(parts);
+    if (!plain.empty()) {
+        m_stats.inputVertices += parts.front().rings.front().size();
+        AddOutline(plain, true, 0.0, mesh);
+        Triangulate(mesh);
+        return true;
+    }
     // Each part is checked and repaired on its own: a country of a thousand islands costs a
     // thousand small checks instead of one overlay of them all, and only its faulty parts are
     // rebuilt. Parts that overlap one another are left as drawn.
@@ -398,42 +493,7 @@ bool DemoPreparedLayer::PrepareFeature(const std::vector<DemoPart>& parts, DemoM
     }
     if (split) ++m_stats.splitFeatures;
 
-    // One constrained triangulation of all the outlines, with a grid of inner points so that
-    // no triangle spans more than a few degrees; the nesting of the outlines tells inside
-    Cdt cdt;
-    double lo[2] = {1e300, 1e300}, hi[2] = {-1e300, -1e300};
-    for (const Ring& ring : mesh.rings) {
-        if (ring.size() < 4) continue;
-        for (const BSX::BsxPoint3D& p : ring) {
-            lo[0] = std::min(lo[0], p.x), hi[0] = std::max(hi[0], p.x);
-            lo[1] = std::min(lo[1], p.y), hi[1] = std::max(hi[1], p.y);
-        }
-        std::vector<Kernel::Point_2> points;
-        points.reserve(ring.size());
-        for (const BSX::BsxPoint3D& p : ring) points.emplace_back(p.x, p.y);
-        cdt.insert_constraint(points.begin(), points.end(), false);
-    }
-    if (cdt.number_of_vertices() < 3) return true;
-    const double step = kMaxEdgeDegrees;
-    for (double x = std::ceil(lo[0] / step) * step; x < hi[0]; x += step) {
-        for (double y = std::ceil(lo[1] / step) * step; y < hi[1]; y += step) {
-            if (x > lo[0] && y > lo[1]) cdt.insert(Kernel::Point_2(x, y));
-        }
-    }
-    MarkNesting(cdt);
-    for (auto v = cdt.finite_vertices_begin(); v != cdt.finite_vertices_end(); ++v) v->info() = kUnset;
-    for (auto f = cdt.finite_faces_begin(); f != cdt.finite_faces_end(); ++f) {
-        if (f->info() % 2 != 1) continue;
-        for (int k = 0; k < 3; ++k) {
-            Cdt::Vertex_handle v = f->vertex(k);
-            if (v->info() == kUnset) {
-                v->info() = static_cast<std::uint32_t>(mesh.vertices.size());
-                mesh.vertices.emplace_back(v->point().x(), v->point().y(), 0.0);
-                mesh.ground.push_back(ToEcef(v->point().x(), v->point().y(), 0.0));
-            }
-            mesh.triangles.push_back(v->info());
-        }
-    }
+    Triangulate(mesh);
     return true;
 }
 
