@@ -6,6 +6,8 @@
 #include <cstring>
 #include <sys/stat.h>
 
+#include <geos_c.h>
+
 #include <cpl_conv.h>
 #include <cpl_error.h>
 #include <gdal.h>
@@ -123,9 +125,66 @@ int CollectParts(OGRGeometryH g, std::vector<DemoPart>& parts)
     }
 }
 
-bool Anchor(OGRGeometryH g, BSX::BsxPoint3D& anchor)
+// A GEOS context per reading thread, for the anchors of polygons
+class ThreadGeos {
+public:
+    ThreadGeos() : m_handle(GEOS_init_r())
+    {
+        GEOSContext_setErrorMessageHandler_r(m_handle, [](const char*, void*) {}, nullptr);
+        GEOSContext_setNoticeMessageHandler_r(m_handle, [](const char*, void*) {}, nullptr);
+    }
+    ~ThreadGeos() { GEOS_finish_r(m_handle); }
+    ThreadGeos(const ThreadGeos&) = delete;
+    ThreadGeos& operator=(const ThreadGeos&) = delete;
+    GEOSContextHandle_t Get() const { return m_handle; }
+
+private:
+    GEOSContextHandle_t m_handle;
+};
+
+// The point on the surface of one polygon, as OGR finds it (GEOS's interior point), from the
+// rings already read instead of a copy of the polygon that OGR converts to GEOS and back: on a
+// layer of small buildings the conversions cost more than the search
+bool PolygonAnchor(const DemoPart& part, BSX::BsxPoint3D& anchor)
+{
+    thread_local ThreadGeos context;
+    GEOSContextHandle_t h = context.Get();
+    std::vector<GEOSGeometry*> rings;
+    std::vector<double> xy;
+    for (const std::vector<BSX::BsxPoint3D>& ring : part.rings) {
+        xy.clear();
+        for (const BSX::BsxPoint3D& p : ring) xy.push_back(p.x), xy.push_back(p.y);
+        GEOSCoordSequence* seq = ring.size() >= 4 ? GEOSCoordSeq_copyFromBuffer_r(h, xy.data(), static_cast<unsigned>(ring.size()), 0, 0) : nullptr;
+        GEOSGeometry* r = seq ? GEOSGeom_createLinearRing_r(h, seq) : nullptr;
+        if (!r) break;
+        rings.push_back(r);
+    }
+    if (rings.size() != part.rings.size()) {
+        for (GEOSGeometry* r : rings) GEOSGeom_destroy_r(h, r);
+        return false;
+    }
+    GEOSGeometry* polygon = GEOSGeom_createPolygon_r(h, rings.front(), rings.data() + 1, static_cast<unsigned>(rings.size() - 1));
+    if (!polygon) return false;
+    GEOSGeometry* inside = GEOSPointOnSurface_r(h, polygon);
+    bool ok = inside && !GEOSisEmpty_r(h, inside) && GEOSGeomGetX_r(h, inside, &anchor.x) && GEOSGeomGetY_r(h, inside, &anchor.y);
+    anchor.z = 0.0;
+    ok = ok && std::isfinite(anchor.x) && std::isfinite(anchor.y);
+    if (inside) GEOSGeom_destroy_r(h, inside);
+    GEOSGeom_destroy_r(h, polygon);
+    return ok;
+}
+
+bool Anchor(OGRGeometryH g, const std::vector<DemoPart>& parts, BSX::BsxPoint3D& anchor)
 {
     if (!g || OGR_G_IsEmpty(g)) return false;
+    // A plain polygon whose every vertex was read (none was dropped as not finite)
+    if (wkbFlatten(OGR_G_GetGeometryType(g)) == wkbPolygon && parts.size() == 1 &&
+        static_cast<int>(parts.front().rings.size()) == OGR_G_GetGeometryCount(g)) {
+        bool whole = true;
+        for (int r = 0; r < OGR_G_GetGeometryCount(g) && whole; ++r)
+            whole = static_cast<int>(parts.front().rings[static_cast<size_t>(r)].size()) == OGR_G_GetPointCount(OGR_G_GetGeometryRef(g, r));
+        if (whole && PolygonAnchor(parts.front(), anchor)) return true;
+    }
     OGRGeometryH inside = OGR_G_PointOnSurface(g);
     if (!inside) {
         // Lines and points have no surface: their centroid stands in
@@ -233,7 +292,7 @@ void DemoLayerReader::ReadRecord(OGRFeatureH of, const std::vector<DemoField>& f
     OGRGeometryH g = OGR_F_GetGeometryRef(of);
     if (g && toWgs84) OGR_G_Transform(g, toWgs84);
     df.geometryType = CollectParts(g, df.parts);
-    df.hasAnchor = Anchor(g, df.anchor);
+    df.hasAnchor = Anchor(g, df.parts, df.anchor);
     df.feature->SetGeometry(new KrGeometry(df.geometryType));
 }
 
@@ -314,7 +373,7 @@ bool DemoLayerReader::Read(const std::string& path, const std::string& layerName
             OGRGeometryH g = OGR_F_GetGeometryRef(of);
             if (g && toWgs84) OGR_G_Transform(g, toWgs84);
             df.geometryType = CollectParts(g, df.parts);
-            df.hasAnchor = Anchor(g, df.anchor);
+            df.hasAnchor = Anchor(g, df.parts, df.anchor);
         }
         OGR_F_Destroy(of);
         good = good && errors.count == errorsBefore;
