@@ -82,6 +82,10 @@ void Simplify(GEOSContextHandle_t h, DemoFeature& f, double tolerance)
     if (kind != KrGeometry::GEO_REGION && kind != KrGeometry::GEO_LINE) return;
     for (DemoPart& part : f.parts) {
         if (part.rings.empty()) continue;
+        // A polygon of one ring with four corners (a house, a parcel) could lose at most one
+        // of them and become a triangle: a worse picture for one vertex less, so it is kept as
+        // it is, and the simplification is not paid for on the many such features of a layer
+        if (kind == KrGeometry::GEO_REGION && part.rings.size() == 1 && part.rings.front().size() <= 5) continue;
         GEOSGeometry* g = nullptr;
         if (kind == KrGeometry::GEO_LINE) {
             g = Ring(h, part.rings.front(), false);
