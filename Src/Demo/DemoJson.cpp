@@ -49,19 +49,19 @@ DemoJson& DemoJson::EndArray()
     return *this;
 }
 
-DemoJson& DemoJson::Key(const std::string& key)
+DemoJson& DemoJson::Key(std::string_view key)
 {
     Separate();
-    m_text += Quote(key);
+    Quote(key);
     m_text += ':';
     m_afterKey = true;
     return *this;
 }
 
-DemoJson& DemoJson::String(const std::string& value)
+DemoJson& DemoJson::String(std::string_view value)
 {
     Separate();
-    m_text += Quote(value);
+    Quote(value);
     return *this;
 }
 
@@ -80,7 +80,9 @@ DemoJson& DemoJson::Number(double value)
 DemoJson& DemoJson::Integer(long long value)
 {
     Separate();
-    m_text += std::to_string(value);
+    char buf[24];
+    const auto end = std::to_chars(buf, buf + sizeof buf, value).ptr;
+    m_text.append(buf, end);
     return *this;
 }
 
@@ -98,28 +100,32 @@ DemoJson& DemoJson::Null()
     return *this;
 }
 
-std::string DemoJson::Quote(const std::string& text)
+void DemoJson::Quote(std::string_view text)
 {
-    std::string out = "\"";
-    for (unsigned char c : text) {
+    // Written straight into the document, plain runs at once: a tile's feature records quote
+    // millions of keys and values
+    m_text += '"';
+    size_t plain = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c >= 0x20 && c != '"' && c != '\\') continue;
+        m_text.append(text.data() + plain, i - plain);
+        plain = i + 1;
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (c < 0x20) {
-                char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                out += buf;
-            } else {
-                out += static_cast<char>(c);
-            }
+        case '"': m_text += "\\\""; break;
+        case '\\': m_text += "\\\\"; break;
+        case '\n': m_text += "\\n"; break;
+        case '\r': m_text += "\\r"; break;
+        case '\t': m_text += "\\t"; break;
+        default: {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\u%04x", c);
+            m_text += buf;
+        }
         }
     }
-    out += '"';
-    return out;
+    m_text.append(text.data() + plain, text.size() - plain);
+    m_text += '"';
 }
 
 } // namespace KRN
