@@ -93,17 +93,15 @@ void ExpectLine(KrStyle& s) { s.SetLineStyle(3); s.SetMarker3D(true); s.SetLineW
 
 TEST(KrTheme3DCustomTest, NewThemeAndReset)
 {
-    KrTheme3DCustom t;
-    EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DCustom);
-    EXPECT_TRUE(t.IsValid());
-    EXPECT_EQ(t.GetHashCode(), 0);
+    KrTheme3DCustom t, fresh;
+    EXPECT_TRUE(t.IsValid() && t.GetHashCode() == 0);
     for (int selector : {0, 1, 2, 3, -1}) EXPECT_TRUE(Query(t, selector).empty());
+    // Emptying clears every expression and keeps the rest
     t.SetAliasSuffix(L"_s");
+    fresh.SetAliasSuffix(L"_s");
     SetAll(t);
     t.SetEmpty();
-    EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DCustom);
-    EXPECT_EQ(t.GetAliasSuffix(), L"_s");
-    EXPECT_TRUE(Query(t, 3).empty());
+    EXPECT_EQ(t.ToXML(0, L""), fresh.ToXML(0, L""));
 }
 
 TEST(KrTheme3DCustomTest, QueryFieldsPerSelectorKeepTheirNumbers)

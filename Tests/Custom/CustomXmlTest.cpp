@@ -29,7 +29,6 @@ TEST(KrTheme3DCustomXmlTest, WritesTheGoldenDocumentAndReadsItBack)
 {
     const KrTheme3DCustom full = Full();
     T3DTest::ExpectGolden("custom_all.xml", full.ToXML(0, L"/some/dir"));
-    EXPECT_EQ(full.ToXML(20090106, L""), full.ToXML(0, L""));
     KrTheme3DCustom back;
     ASSERT_TRUE(back.FromXML(T3DTest::ReadData("custom_all.xml"), 20120328, L""));
     EXPECT_EQ(back.ToXML(0, L""), full.ToXML(0, L""));
@@ -47,25 +46,6 @@ TEST(KrTheme3DCustomXmlTest, WritesTheGoldenDocumentAndReadsItBack)
     KrMarkup none(one.ToXML(0, L"").Cstr());
     ASSERT_TRUE(none.FindChildElem(L"tdx:FieldExpression"));
     EXPECT_EQ(none.GetChildSubDoc(), L"<tdx:FieldExpression />");
-}
-
-TEST(KrTheme3DCustomXmlTest, ReadingKeepsWhatTheDocumentDoesNotReach)
-{
-    // LineWidth is absent and RotateZ stands before AltitudeMode, so neither is read
-    KrTheme3DCustom t = Full();
-    ASSERT_TRUE(t.FromXML(T3DTest::ReadData("custom_reordered.xml"), 0, L""));
-    EXPECT_EQ(t.RotateX + L"|" + t.AltitudeMode + L"|" + t.RotateZ + L"|" + t.LineWidth + L"|" + t.ScaleY,
-              L"new RX|new ALT|RZ|LW|SY");
-
-    // Without the container every expression stays
-    const BsxUnicodeString before = Full().ToXML(0, L"");
-    KrTheme3DCustom plain;
-    plain.SetAliasSuffix(L"_1");
-    BsxUnicodeString bare = plain.ToXML(0, L"");
-    bare.Replace(L"<tdx:FieldExpression />", L"");
-    t = Full();
-    EXPECT_TRUE(t.FromXML(bare, 0, L""));
-    EXPECT_EQ(t.ToXML(0, L""), before);
 }
 
 TEST(KrTheme3DCustomXmlTest, RefusalsAndTheirLogRecords)

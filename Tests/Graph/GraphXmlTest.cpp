@@ -10,7 +10,6 @@
 
 using namespace BSX;
 using namespace KRN;
-using T3DTest::LogIds;
 
 namespace {
 // A theme with every member away from its default
@@ -45,21 +44,12 @@ std::vector<int> Keys(KrTheme3DGraph& g)
     return std::vector<int>(g.GetJoinArrayField().begin(), g.GetJoinArrayField().end());
 }
 
-BsxUnicodeString Without(BsxUnicodeString xml, const wchar_t* element)
-{
-    const BsxUnicodeString open = BsxUnicodeString(L"<") + element + L">";
-    const BsxUnicodeString close = BsxUnicodeString(L"</") + element + L">";
-    const int from = xml.Find(open.Cstr());
-    const int to = xml.Find(close.Cstr(), from);
-    return xml.Left(from) + xml.Mid(to + close.GetLength());
-}
 } // namespace
 
 TEST(KrTheme3DGraphXmlTest, RoundTripAndGoldenText)
 {
     KrTheme3DGraph g = Configured(), back;
     T3DTest::ExpectGolden("graph_configured.xml", g.ToXML(0, L""));
-    EXPECT_EQ(g.ToXML(20090106, L"ignored"), g.ToXML(0, L""));
     back.SetModifiedFlag(false);
     ASSERT_TRUE(back.FromXML(T3DTest::ReadData("graph_configured.xml"), 0, L""));
     EXPECT_TRUE(back.IsModified());
@@ -82,22 +72,12 @@ TEST(KrTheme3DGraphXmlTest, VersionsAndTheLog)
     EXPECT_EQ(old.GetGraphType(), 12);
     EXPECT_EQ(Keys(old), (std::vector<int>{10, -20}));
 
-    T3DTest::ClearLog();
-    KrTheme3DGraph other = Configured();
-    EXPECT_FALSE(other.FromXML(L"", 0, L""));
-    EXPECT_FALSE(other.FromXML(L"<tdx:Other/>", 0, L""));
-    EXPECT_EQ(LogIds(), (std::vector<std::string>{"EGg040", "EGg040"}));
-    EXPECT_EQ(other.GetCount(), 2);
+    // The refusal's record names the class (the broken documents check the refusals)
+    EXPECT_FALSE(old.FromXML(L"", 0, L""));
     EXPECT_NE(KrLogFile::GetInstance(false)->GetRecords().back().message.Find(L"KrTheme3DGraph"), -1);
-
-    // Whatever kind the base part names, the theme stays a graph theme
-    BsxUnicodeString foreign = g.ToXML(0, L"");
-    foreign.Replace(L"<tdx:Type>4</tdx:Type>", L"<tdx:Type>2</tdx:Type>");
-    EXPECT_TRUE(other.FromXML(foreign, 0, L""));
-    EXPECT_EQ(other.GetType(), KrTheme3D::Theme3DGraph);
 }
 
-TEST(KrTheme3DGraphXmlTest, KeywordsOrderAndMissingElements)
+TEST(KrTheme3DGraphXmlTest, CodesWithoutAKeywordAreWrittenAsTheFallback)
 {
     KrTheme3DGraph g;
     g.SetGraphType(5);
@@ -114,72 +94,21 @@ TEST(KrTheme3DGraphXmlTest, KeywordsOrderAndMissingElements)
               std::vector<int>({6, 1, 1}));
     EXPECT_EQ(Keys(back), (std::vector<int>{10, -20})); // no key elements: the keys stay
 
-    // Keywords read ignoring case; an unknown one reads as a pie
-    for (const auto& k : std::vector<std::pair<const wchar_t*, int>>{{L">stackedbar<", 12}, {L">BAR<", 4}, {L">Column<", 6}}) {
-        BsxUnicodeString typed = xml;
-        typed.Replace(L">Pie<", k.first);
-        ASSERT_TRUE(back.FromXML(typed, 0, L""));
-        EXPECT_EQ(back.GetGraphType(), k.second) << T3DTest::U8(k.first);
-    }
-
-    // The start angle moved before the graph type is not found; a missing element disturbs
-    // nothing after it
-    BsxUnicodeString moved = Configured().ToXML(0, L"");
-    moved = Without(moved, L"tdx:StartAngle");
-    moved.Replace(L"<tdx:GraphType>", L"<tdx:StartAngle>45</tdx:StartAngle><tdx:GraphType>");
-    moved = Without(moved, L"tdx:MaxSum");
-    KrTheme3DGraph reader;
-    reader.SetStartAngle(7);
-    ASSERT_TRUE(reader.FromXML(moved, 0, L""));
-    EXPECT_EQ(reader.GetStartAngle(), 7);
-    EXPECT_EQ(reader.GetMaxSum(), 0);
-    EXPECT_EQ(reader.GetSqrtMaxSum(), 20);
-    EXPECT_EQ(reader.GetCount(), 2);
-
-    BsxUnicodeString keys = Configured().ToXML(0, L"");
-    keys.Replace(L"<tdx:KeyNum>2</tdx:KeyNum>", L"<tdx:KeyNum>3</tdx:KeyNum>");
-    keys = Without(keys, L"tdx:Key1");
-    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
-    EXPECT_EQ(Keys(reader), (std::vector<int>{10, 0, 0}));
-    // Keys out of order: after key 1 the forward search no longer finds key 0
-    keys.Replace(L"<tdx:Key0>10</tdx:Key0>", L"");
-    keys.Replace(L"</tdx:KeyNum>", L"</tdx:KeyNum><tdx:Key1>5</tdx:Key1><tdx:Key2>6</tdx:Key2><tdx:Key0>4</tdx:Key0><tdx:Key01>9</tdx:Key01>");
-    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
-    EXPECT_EQ(Keys(reader), (std::vector<int>{4, 0, 0}));
-    // A claimed count is not an allocation
-    keys.Replace(L"<tdx:KeyNum>3</tdx:KeyNum>", L"<tdx:KeyNum>2000000000</tdx:KeyNum>");
-    ASSERT_TRUE(reader.FromXML(keys, 0, L""));
-    EXPECT_LE(reader.GetJoinArrayField().GetSize(), keys.GetLength());
-    EXPECT_EQ(reader.GetJoinArrayField()[1], 0);
+    // Keywords in any case or none a table knows, elements out of order or missing, and keys
+    // claimed but missing or out of order: the documents graph_*.read.xml under Tests/Data/broken
 }
 
-TEST(Kr3DGraphItemXmlTest, RecordFormsAndCarryOver)
+// Values claimed but missing, and an array record without values taking the record's before it:
+// the documents graph*_values_*.read.xml under Tests/Data/broken
+TEST(Kr3DGraphItemXmlTest, OldestRecordFormAndTheLog)
 {
-    Kr3DGraphItem item;
-    item.Type = Kr3DGraphItem::ArrayItem;
-    item.ArrayValues.Add(1.5);
-    item.ArrayValues.Add(2);
-    // The array form is in the golden theme document; a field item writes no values
-    const BsxUnicodeString xml = item.ToXML(0);
-    item.Type = 1;
-    EXPECT_EQ(item.ToXML(0).Find(L"ArrayField"), -1);
-
-    Kr3DGraphItem back;
-    BsxUnicodeString partial = xml;
-    partial.Replace(L"<tdx:ArrayFieldNum>2<", L"<tdx:ArrayFieldNum>3<");
-    partial = Without(partial, L"tdx:ArrayField1");
-    ASSERT_TRUE(back.FromXML(partial, 0));
-    EXPECT_EQ(back.Type, 2);
-    EXPECT_EQ(back.ArrayValues.GetSize(), 3);
-    EXPECT_EQ(back.ArrayValues[0], 1.5);
-    EXPECT_EQ(back.ArrayValues[2], 0);
-
     KrStyle geo;
     geo.SetFillStyle(4);
     geo.SetLineWidth(3);
     BsxUnicodeString old = L"<tdx:GraphItem><tdx:Caption>c</tdx:Caption>";
     old += geo.ToXML(0, L"tdx:GeoStyle");
     old += L"<tdx:Type>4294967295</tdx:Type><tdx:ArrayFieldNum>2000000000</tdx:ArrayFieldNum></tdx:GraphItem>";
+    Kr3DGraphItem back;
     ASSERT_TRUE(back.FromXML(old, 20031212));
     EXPECT_EQ(back.Caption, L"c");
     EXPECT_EQ(back.Style, geo);
@@ -191,15 +120,4 @@ TEST(Kr3DGraphItemXmlTest, RecordFormsAndCarryOver)
 
     EXPECT_FALSE(back.FromXML(L"", 0));
     EXPECT_NE(KrLogFile::GetInstance(false)->GetRecords().back().message.Find(L"KrGraphItem"), -1);
-
-    // Within a theme one item carries over: an array record without values takes the
-    // previous record's
-    KrTheme3DGraph g = Configured();
-    g.SetCaptionAt(0, L"first", g.GetItem(1).ArrayValues);
-    g.SetCaptionAt(1, L"second", BsxArray<double>());
-    KrTheme3DGraph reader;
-    ASSERT_TRUE(reader.FromXML(g.ToXML(0, L""), 0, L""));
-    ASSERT_EQ(reader.GetCount(), 2);
-    EXPECT_EQ(reader.GetItem(1).ArrayValues.GetSize(), 2);
-    EXPECT_EQ(reader.GetItem(1).Caption, L"second");
 }

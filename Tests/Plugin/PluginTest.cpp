@@ -17,34 +17,12 @@ using namespace KRN;
 
 namespace {
 
-const wchar_t kBase[] = L"<tdx:Theme3D><tdx:Type>%d</tdx:Type>";
-
-// A small document of each kind, enough for lookups that show whether items are shared
+// The golden document of each kind, enough for lookups that show whether items are shared
 BsxUnicodeString Document(int type)
 {
-    BsxUnicodeString doc;
-    doc.Format(kBase, type);
-    switch (type) {
-    case 1:
-        return T3DTest::ReadData("unique_sample.xml");
-    case 2:
-        doc += L"<tdx:FieldExpression>POP</tdx:FieldExpression><tdx:RangeItems tdx:Descending=\"FALSE\">"
-               L"<tdx:RangeItem><tdx:RangeValue>X&lt;10</tdx:RangeValue><tdx:Caption>low</tdx:Caption></tdx:RangeItem>"
-               L"<tdx:RangeItem><tdx:RangeValue>10&lt;=X&lt;20</tdx:RangeValue><tdx:Caption>mid</tdx:Caption></tdx:RangeItem>"
-               L"<tdx:RangeItem><tdx:RangeValue>X&gt;=20</tdx:RangeValue><tdx:Caption>high</tdx:Caption></tdx:RangeItem>"
-               L"</tdx:RangeItems>";
-        break;
-    case 3:
-        return T3DTest::ReadData("label_configured.xml");
-    case 4:
-        doc += L"<tdx:GraphType>Pie</tdx:GraphType><tdx:GraphItems>"
-               L"<tdx:GraphItem><tdx:FieldExpression>POP</tdx:FieldExpression><tdx:Caption>Population</tdx:Caption></tdx:GraphItem>"
-               L"<tdx:GraphItem><tdx:FieldExpression>GDP</tdx:FieldExpression></tdx:GraphItem></tdx:GraphItems>";
-        break;
-    case 5:
-        return T3DTest::ReadData("custom_all.xml");
-    }
-    return doc + L"</tdx:Theme3D>";
+    const char* const names[] = {"", "unique_sample.xml", "range_small.xml", "label_configured.xml",
+                                 "graph_configured.xml", "custom_all.xml"};
+    return T3DTest::ReadData(names[type]);
 }
 
 class PluginTest : public ::testing::Test {
@@ -141,7 +119,7 @@ TEST_F(PluginTest, EveryKindIsCreatedReadAndClonedIntoAnIndependentCopy)
         EXPECT_EQ(source->GetAliasSuffix(), L"_src");
 
         // Lookups hand out the copy's own styles, which outlive the source
-        const BsxVariant value = code == 1 ? BsxVariant(L"b") : BsxVariant(15.0);
+        const BsxVariant value = code == 1 ? BsxVariant(L"b") : BsxVariant(25.0);
         if (code <= 2) {
             const KrStyle* mine = clone->FindStyle(value);
             const KrStyle* theirs = source->FindStyle(value);

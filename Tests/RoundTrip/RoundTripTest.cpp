@@ -24,6 +24,8 @@ void ExpectRoundTrips(unsigned seed, int count, Fill fill)
         const int version = kVersions[n % 3];
         const BsxUnicodeString first = theme.ToXML(version, kDir);
         ASSERT_FALSE(first.IsEmpty());
+        // Every revision that has a document writes the same one
+        ASSERT_EQ(first, theme.ToXML(0, kDir)) << "theme " << n;
         ASSERT_TRUE(read.FromXML(first, version, kDir)) << T3DTest::U8(first);
         // Read again elsewhere: icon names were stored relative to the folder and come back
         // absolute against the new one, so the text written from there is the same

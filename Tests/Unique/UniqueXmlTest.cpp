@@ -42,7 +42,6 @@ TEST(KrTheme3DUniqueXmlTest, WritesTheGoldenDocumentsAndReadsThemBack)
 {
     const KrTheme3DUnique sample = Sample();
     T3DTest::ExpectGolden("unique_sample.xml", sample.ToXML(0, kDir));
-    EXPECT_EQ(sample.ToXML(20090106, kDir), sample.ToXML(0, kDir));
     // Saving leaves the item's own icon name as it was
     EXPECT_EQ(sample.Find(L"b")->Style.GetIconName(), L"/data/project/icons/b.png");
     T3DTest::ExpectGolden("unique_empty.xml", KrTheme3DUnique().ToXML(0, kDir));
@@ -54,32 +53,4 @@ TEST(KrTheme3DUniqueXmlTest, WritesTheGoldenDocumentsAndReadsThemBack)
     EXPECT_EQ(back.GetFieldExpressions().GetCount(), 2);
     EXPECT_EQ(back.FindStyle(BsxVariant(2.5)), &back.GetAt(2)->Style);
     EXPECT_EQ(back.Find(L"b")->Style.GetIconName(), L"/elsewhere/icons/b.png");
-}
-
-TEST(KrTheme3DUniqueXmlTest, MissingAndRepeatedElementsGetTheirDefaults)
-{
-    KrTheme3DUnique t;
-    KrStyle def;
-    def.SetLineStyle(9);
-    t.SetDefaultStyle(def);
-    t.Add(L"gone", KrTheme3DItem());
-    ASSERT_TRUE(t.FromXML(T3DTest::ReadData("unique_sparse.xml"), 0, kDir));
-    // The default flag stands before the expression, so the forward search has passed it; the
-    // default style is not in the document and stays. The duplicate "x", the entry without a
-    // value and the second container are left out. x: visibility "false"; y: caption, visibility
-    // and style carry over from the entry before, "no" reads as visible; z: elements out of order
-    // are not found once the search has passed them
-    T3DTest::ExpectGolden("unique_sparse.read.xml", t.ToXML(0, kDir));
-    EXPECT_EQ(t.GetFieldExpressions().GetCount(), 1);
-    // A huge number as a key is kept as text and never matches a real
-    EXPECT_EQ(t.FindStyle(BsxVariant(1e308)), &t.GetDefaultStyle());
-    EXPECT_EQ(t.FindStyle(L"1e999"), &t.Find(L"1e999")->Style);
-
-    // Without the items container: no entries; a missing expression keeps the one before
-    ASSERT_TRUE(t.FromXML(L"<tdx:Theme3D><tdx:Type>1</tdx:Type>"
-                          L"<tdx:DefaultModellingStyleEnabled>FALSE</tdx:DefaultModellingStyleEnabled></tdx:Theme3D>",
-                          0, kDir));
-    EXPECT_EQ(t.GetCount(), 0);
-    EXPECT_EQ(t.GetExpression(), L"LATE");
-    EXPECT_FALSE(t.GetDefaultModellingStyleEnabled());
 }
