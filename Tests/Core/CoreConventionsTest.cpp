@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "KrMarkup.h"
 #include "KrThemeXml.h"
 #include "TestSupport.h"
 
@@ -48,29 +47,5 @@ TEST(ThemeXmlConventionsTest, IconNamesRelativeOnWritingAbsoluteOnReading)
         EXPECT_EQ(ThemeXml::RelativeIconName(p.first, L"/d"), p.second);
         EXPECT_EQ(ThemeXml::AbsoluteIconName(p.second, L"/d"), p.first);
     }
-
-    KrStyle style;
-    style.SetIconName(L"/d/icons/a.png");
-    style.SetLineWidth(3.5);
-    const BsxUnicodeString dir(L"/d");
-    KrMarkup out;
-    out.AddElem(L"root");
-    ThemeXml::AddStyle(out, style, 0, nullptr, &dir);
-    ThemeXml::AddStyle(out, style, 0, L"tdx:Named");
-    // Writing leaves the style alone
-    EXPECT_EQ(style.GetIconName(), L"/d/icons/a.png");
-
-    KrMarkup in(out.GetDoc().Cstr());
-    KrStyle plain, absolute;
-    ASSERT_TRUE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, plain, 0));
-    EXPECT_EQ(plain.GetIconName(), L"icons/a.png");
-    in.ResetChildPos();
-    const BsxUnicodeString other(L"/e");
-    ASSERT_TRUE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, absolute, 0, &other));
-    EXPECT_EQ(absolute.GetIconName(), L"/e/icons/a.png");
-    EXPECT_EQ(absolute.GetLineWidth(), 3.5);
-    KrStyle named;
-    ASSERT_TRUE(ThemeXml::ReadStyle(in, L"tdx:Named", named, 0));
-    EXPECT_EQ(named, style);
-    EXPECT_FALSE(ThemeXml::ReadStyle(in, ThemeXml::kStyleName, named, 0));
+    // How the themes write and read their styles' icons: the unique and range themes' tests
 }

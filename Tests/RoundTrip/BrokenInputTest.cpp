@@ -103,6 +103,7 @@ TEST(BrokenInput, LabelReaderStoresHostileNumberFormatsThatThenFallBackToTheDefa
         // "%n", "%s", "%*d", huge widths and precisions, two conversions, only "%", a literal
         // longer than any label: the label cannot use the format and formats as with none
         EXPECT_EQ(BsxUnicodeString(L"2.5"), label.GetStringFromVariant(BSX::BsxVariant(2.5)));
+        EXPECT_EQ(BsxUnicodeString(L"0.5000000000"), label.GetStringFromVariant(BSX::BsxVariant(0.5f)));
     });
 }
 

@@ -1,7 +1,11 @@
-// Round-trip properties over many generated themes of every kind: a document read into a new
-// theme writes the same text again. The documents carry every member a theme persists, so the
-// comparison of texts covers each of them.
+// What every kind does alike, checked over many generated themes of each. Round trips: a document
+// read into a new theme writes the same text again; the documents carry every member a theme
+// persists, so the comparison of texts covers each of them. Assignment and self-assignment, the
+// query field name, and the field types a kind classifies.
 #include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
 
 #include "TestSupport.h"
 #include "ThemeGenerator.h"
@@ -83,24 +87,58 @@ TEST(RoundTrip, ChartItemRecordsInEveryRevisionTheyAreReadFrom)
     }
 }
 
-TEST(RoundTrip, ReadingNeverEmptiesACustomExpressionTheDocumentLeavesOut)
+TEST(EveryKind, AssignmentCopiesEverythingPersistedAndOutlivesTheSource)
 {
-    T3DTest::ThemeGenerator gen(55);
-    const BsxUnicodeString KrTheme3DCustom::*members[] = {
-        &KrTheme3DCustom::AltitudeMode, &KrTheme3DCustom::BottomAltitude, &KrTheme3DCustom::ExtendHeight,
-        &KrTheme3DCustom::BillboardMode, &KrTheme3DCustom::MarkerStyle, &KrTheme3DCustom::IconName,
-        &KrTheme3DCustom::IconScale, &KrTheme3DCustom::ColorPoint, &KrTheme3DCustom::LineStyle,
-        &KrTheme3DCustom::LineWidth, &KrTheme3DCustom::LineColor, &KrTheme3DCustom::FillStyle,
-        &KrTheme3DCustom::Fill3DMode, &KrTheme3DCustom::FillForeColor, &KrTheme3DCustom::ScaleX,
-        &KrTheme3DCustom::ScaleY, &KrTheme3DCustom::ScaleZ, &KrTheme3DCustom::RotateX,
-        &KrTheme3DCustom::RotateY, &KrTheme3DCustom::RotateZ};
-    for (int n = 0; n < 100; ++n) {
-        KrTheme3DCustom theme, over;
-        gen.Fill(theme);
-        gen.Fill(over);
-        const KrTheme3DCustom before(over);
-        ASSERT_TRUE(over.FromXML(theme.ToXML(0, kDir), 0, kDir));
-        for (auto member : members)
-            EXPECT_EQ((theme.*member).IsEmpty() ? before.*member : theme.*member, over.*member) << "theme " << n;
+    T3DTest::ThemeGenerator gen(99);
+    auto check = [&](auto kind) {
+        using Theme = decltype(kind);
+        auto source = std::make_unique<Theme>();
+        Theme target;
+        gen.Fill(*source);
+        gen.Fill(target);
+        const BsxUnicodeString written = source->ToXML(0, L"/d");
+        target = *source;
+        const Theme& self = target;
+        target = self;
+        source.reset();
+        EXPECT_EQ(target.ToXML(0, L"/d"), written) << target.GetType();
+    };
+    check(KrTheme3DUnique());
+    check(KrTheme3DRange());
+    check(KrTheme3DLabel());
+    check(KrTheme3DGraph());
+    check(KrTheme3DCustom());
+}
+
+TEST(EveryKind, QueryFieldNameAndClassifiedFieldTypes)
+{
+    KrTheme3DUnique unique;
+    KrTheme3DRange range;
+    KrTheme3DLabel label;
+    KrTheme3DCustom custom;
+    struct Kind {
+        KrTheme3D& theme;
+        const wchar_t* name;
+        std::set<int> types; // empty: the kind accepts every type the host's base class does
+    };
+    const Kind kinds[] = {{unique, L"Theme3DUnique7", {1, 2, 3, 4, 6, 7, 10, 16}},
+                          {range, L"Theme3DRange7", {2, 3, 4, 6, 7, 16}},
+                          {label, L"Theme3DLabel7", {}},
+                          {custom, L"Theme3DCustom7", {2, 3, 4, 16}}};
+    for (const Kind& k : kinds) {
+        SCOPED_TRACE(k.theme.GetType());
+        k.theme.SetAliasSuffix(L"7");
+        EXPECT_EQ(k.theme.GetFieldName(false), k.name);
+        // Without an expression there is nothing to query, except for the custom theme, which
+        // queries its properties under the name itself
+        EXPECT_EQ(k.theme.GetFieldName(true), &k.theme == &custom ? k.name : L"");
+        for (int type = -1; type <= 20 && !k.types.empty(); ++type)
+            EXPECT_EQ(k.theme.CheckFieldType(type), k.types.count(type) == 1) << type;
     }
+    unique.SetExpression(L"NAME [#] TYPE");
+    EXPECT_EQ(unique.GetFieldName(true), L"NAME [#] TYPE as Theme3DUnique7");
+    range.SetExpression(L"A+B");
+    EXPECT_EQ(range.GetFieldName(true), L"A+B as Theme3DRange7");
+    label.SetExpression(L"POP / 1000");
+    EXPECT_EQ(label.GetFieldName(true), L"POP / 1000 as Theme3DLabel7");
 }

@@ -62,6 +62,33 @@ std::string Walk(const KrTheme3DUnique& t, double value)
     return "default";
 }
 
+const wchar_t kDir[] = L"/data/project";
+
+// Keys out of key order, text that XML must escape, an icon below the directory, an invisible
+// item and flags on both sides
+KrTheme3DUnique Sample()
+{
+    KrTheme3DUnique t;
+    t.SetExpression(L"NAME [#] TYPE");
+    t.SetAliasSuffix(L"_u");
+    KrStyle def;
+    def.SetFillStyle(2);
+    t.SetDefaultStyle(def);
+    t.SetDefaultModellingStyleEnabled(true);
+    KrTheme3DItem b, a, half;
+    b.Caption = L"Bee & <co>";
+    b.ModellingStyleEnabled = true;
+    b.Style.SetLineWidth(2.5);
+    b.Style.SetIconName(L"/data/project/icons/b.png");
+    a.Visible = false;
+    a.Style.SetLineWidth(0.1);
+    half.Caption = L"two and a half";
+    t.Add(L"b", b);
+    t.Add(L"a", a);
+    t.Add(L"2.50", half);
+    return t;
+}
+
 } // namespace
 
 TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
@@ -149,16 +176,14 @@ TEST(KrTheme3DUniqueTest, TextAndNumericLookupsWithVisibility)
     for (const auto& k : std::vector<std::pair<const wchar_t*, const char*>>{
              {L"", "default"}, {L"Europe", "Europe"}, {L"Hidden", "null"}, {L"Asia", "default"}})
         EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString(k.first))), k.second) << k.second;
-    // Reals match numerically, the first key in display order winning; text matches exactly;
-    // integers go by their text; an invisible item answers null by text but the default style
-    // for a real; a key that is no number counts as 0, so a real zero lands on the first such key
+    // Reals match numerically, the first key in display order winning (how near, and for which
+    // keys: NumericLookupAgreesWithTheWalkThroughEdits); a float goes as its real; text matches
+    // exactly; integers go by their text; an invisible item answers null by text but the default
+    // style for a real
     const std::vector<std::pair<BsxVariant, const char*>> variants = {
-        {BsxVariant(2.5), "two and a half"}, {BsxVariant(2.5f), "two and a half"},
-        {BsxVariant(2.5 + 5e-11), "two and a half"}, {BsxVariant(2.5 + 2e-10), "default"},
-        {BsxVariant(L"2.5"), "default"}, {BsxVariant(L"2.50"), "later 2.5"}, {BsxVariant(7), "seven"},
-        {BsxVariant(static_cast<long long>(7)), "seven"}, {BsxVariant(L"3"), "null"}, {BsxVariant(3.0), "default"},
-        {BsxVariant(std::numeric_limits<double>::quiet_NaN()), "default"}, {BsxVariant(HUGE_VAL), "default"},
-        {BsxVariant(-HUGE_VAL), "default"}, {BsxVariant(1e308), "default"}, {BsxVariant(-0.0), "Europe"}};
+        {BsxVariant(2.5), "two and a half"}, {BsxVariant(2.5f), "two and a half"}, {BsxVariant(L"2.5"), "default"},
+        {BsxVariant(L"2.50"), "later 2.5"}, {BsxVariant(7), "seven"}, {BsxVariant(static_cast<long long>(7)), "seven"},
+        {BsxVariant(L"3"), "null"}, {BsxVariant(3.0), "default"}};
     for (size_t i = 0; i < variants.size(); ++i)
         EXPECT_EQ(Answer(t, t.FindStyle(variants[i].first)), variants[i].second) << "row " << i;
 
@@ -209,7 +234,6 @@ TEST(KrTheme3DUniqueTest, ExternalValuesAndTheirLogRecords)
     // An empty key is the default style before any mapping
     EXPECT_EQ(Answer(t, t.FindStyle(BsxUnicodeString())), "default");
     EXPECT_EQ(T3DTest::LogIds(), (std::vector<std::string>{"EGi067", "EGi069", "EGi067"}));
-    EXPECT_EQ(KrLogFile::GetInstance(false)->GetRecords()[0].sourceFile, L"..\\..\\..\\Src\\Theme3DBase\\KrTheme3DUnique");
     T3DTest::ClearLog();
 }
 
@@ -259,4 +283,21 @@ TEST(KrTheme3DUniqueTest, NumericLookupAgreesWithTheWalkThroughEdits)
             ASSERT_EQ(Answer(t, t.FindStyle(BsxVariant(d))), Walk(t, d)) << "step " << step;
         }
     }
+}
+
+TEST(KrTheme3DUniqueXmlTest, WritesTheGoldenDocumentsAndReadsThemBack)
+{
+    const KrTheme3DUnique sample = Sample();
+    T3DTest::ExpectGolden("unique_sample.xml", sample.ToXML(0, kDir));
+    // Saving leaves the item's own icon name as it was
+    EXPECT_EQ(sample.Find(L"b")->Style.GetIconName(), L"/data/project/icons/b.png");
+    T3DTest::ExpectGolden("unique_empty.xml", KrTheme3DUnique().ToXML(0, kDir));
+
+    // What was read is looked up as what was written: the split expression, the numeric keys, and
+    // the icon resolved against the folder the document is read in
+    KrTheme3DUnique back;
+    ASSERT_TRUE(back.FromXML(T3DTest::ReadData("unique_sample.xml"), 20120328, L"/elsewhere"));
+    EXPECT_EQ(back.GetFieldExpressions().GetCount(), 2);
+    EXPECT_EQ(back.FindStyle(BsxVariant(2.5)), &back.GetAt(2)->Style);
+    EXPECT_EQ(back.Find(L"b")->Style.GetIconName(), L"/elsewhere/icons/b.png");
 }
