@@ -6,9 +6,10 @@ packages=(build-essential cmake ninja-build pkg-config libpugixml-dev libgtest-d
 # The Debian package (dpkg-shlibdeps, file) and the API reference (Doxygen)
 packages+=(dpkg-dev file doxygen)
 # The demo host repairs polygons with GEOS and triangulates them with CGAL (header-only; its
-# triangulation package is GPL-3.0-or-later, used by the demo host only, never by the module);
-# its tests read JSON and run the glTF validator on node
-packages+=(libgeos-dev libcgal-dev nlohmann-json3-dev)
+# triangulation package is GPL-3.0-or-later, used by the demo host only, never by the module),
+# and compresses its glTF geometry with meshoptimizer (MIT); its tests read JSON and run the glTF
+# validator on node
+packages+=(libgeos-dev libcgal-dev libmeshoptimizer-dev nlohmann-json3-dev)
 # The demo's drawing threads allocate through jemalloc
 packages+=(libjemalloc-dev)
 command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)

@@ -1,6 +1,8 @@
 #pragma once
 // Writes a DemoScene as a glTF 2.0 binary file (.glb): indexed triangles and line segments in a
-// primitive per colour, packed from the scene a block at a time straight into the file.
+// primitive per colour, their vertices and indices compressed with EXT_meshopt_compression (a
+// required extension: CesiumJS, three.js and Babylon.js read it). The compressed chunk is held
+// until the file is written, the scene itself is not copied.
 #include <cstdint>
 #include <functional>
 #include <string>

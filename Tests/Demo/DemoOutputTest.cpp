@@ -20,6 +20,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "GlbRead.h"
+
 using nlohmann::json;
 
 namespace {
@@ -76,21 +78,11 @@ size_t LegendSum(const json& legend)
     return sum;
 }
 
-std::uint32_t U32(const std::string& b, size_t at)
-{
-    std::uint32_t v = 0;
-    std::memcpy(&v, b.data() + at, 4);
-    return v;
-}
-
-// The chunks of a .glb: its JSON and its binary buffer (empty when the file is malformed)
+// The chunks of a .glb: its JSON and its binary buffer, compressed views decoded (empty when the
+// file is malformed)
 std::pair<json, std::string> ReadGlb(const std::string& path)
 {
-    const std::string b = ReadBytes(path);
-    if (b.size() < 28) return {};
-    const std::uint32_t jsonLength = U32(b, 12);
-    if (20u + jsonLength + 8u > b.size()) return {};
-    return {json::parse(b.substr(20, jsonLength), nullptr, false), b.substr(20 + jsonLength + 8)};
+    return t3d_test::ParseGlb(ReadBytes(path));
 }
 
 // Bytes of an accessor's element i (tightly packed views)
