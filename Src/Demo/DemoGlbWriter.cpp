@@ -70,11 +70,11 @@ constexpr int kModeLines = 1;
 // Plain glTF left a vertex at 16 bytes here (a float position and a float feature id) and an
 // index at 2: on the world-atlas 1:10m countries 1.9 times the layer's raw coordinates (12 bytes
 // a point) for flat maps and 4.5 times for the extrusion, whose walls double the vertices and
-// triple the triangles; compressed, 0.79 and 1.75 times. Of the two codecs CesiumJS decodes,
+// triple the triangles; compressed, 0.66 and 1.6 times. Of the two codecs CesiumJS decodes,
 // Draco packs connectivity tighter but rebuilds the mesh in an order of its own and quantises
 // each attribute on a grid over its bounds; meshopt's codecs are lossless, keep vertices and
 // triangles as written (so primitives, feature ids and the tiles' byte identity carry over), add
-// about 0.3 s of CPU to the five themes of those countries, and come with a filter that keeps
+// about 0.2 s of CPU to the five themes of those countries, and come with a filter that keeps
 // positions floats at a precision chosen here (PackPositions). The glTF validator does not
 // decode them and says so as an information; the demo's validator tests decode every file with
 // the decoder CesiumJS ships and validate that as well.
