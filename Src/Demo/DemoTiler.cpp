@@ -237,10 +237,16 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
     }
     scan.tree.SetExtent(west, south, east, north);
     scan.summary.CountInto(scan.tree);
-    std::vector<Sampled> sample;
-    for (auto& part : samples) {
-        for (auto& s : part) Offer(sample, std::move(s));
-        part.clear();
+    // The threads' samples together, cut to the features of smallest hash: one selection
+    // instead of offering each one to a heap again
+    std::vector<Sampled> sample = std::move(samples.front());
+    for (size_t k = 1; k < samples.size(); ++k) {
+        for (auto& s : samples[k]) sample.push_back(std::move(s));
+        samples[k].clear();
+    }
+    if (sample.size() > DemoTiler::kSampleSize) {
+        std::nth_element(sample.begin(), sample.begin() + DemoTiler::kSampleSize, sample.end(), SampleOrder);
+        sample.resize(DemoTiler::kSampleSize);
     }
     std::sort(sample.begin(), sample.end(), [](const Sampled& a, const Sampled& b) { return a.second.fid < b.second.fid; });
     for (auto& s : sample) sampleLayer.features.push_back(std::move(s.second.feature));
