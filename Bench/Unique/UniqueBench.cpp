@@ -4,6 +4,7 @@
 
 #include <pugixml.hpp>
 
+#include <ctime>
 #include <vector>
 
 #include "BsxVariant.h"
@@ -144,6 +145,60 @@ void BM_PugixmlParse(benchmark::State& state)
     }
 }
 
+// Thread CPU time and wall time of f, in seconds
+struct Times {
+    double cpu = 0, wall = 0;
+};
+template <class F>
+void Measure(Times& times, F&& f)
+{
+    timespec cpu0, wall0, cpu1, wall1;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &cpu0);
+    clock_gettime(CLOCK_MONOTONIC, &wall0);
+    f();
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &cpu1);
+    clock_gettime(CLOCK_MONOTONIC, &wall1);
+    const auto seconds = [](const timespec& a, const timespec& b) { return (b.tv_sec - a.tv_sec) + (b.tv_nsec - a.tv_nsec) * 1e-9; };
+    times.cpu += seconds(cpu0, cpu1);
+    times.wall += seconds(wall0, wall1);
+}
+
+// The three above in turns within each iteration, so that a busy machine slows them alike: the
+// counters are the plain parse's time and what writing and reading the theme take against it
+// (x_cpu from thread CPU time, x_wall from wall time). Each step frees what it made, as above.
+// Timing the steps apart, as above, lets whichever runs first grow the process's memory for the
+// others, which moves the ratios by a factor of two on a 100,000-item theme.
+void BM_DocumentAgainstParse(benchmark::State& state)
+{
+    const OpenUnique& t = Theme(static_cast<int>(state.range(0)));
+    const BsxUnicodeString xml = t.ToXML(0, L"/data");
+    Times parse, write, read;
+    const auto round = [&](Times& p, Times& w, Times& r) {
+        Measure(p, [&] {
+            pugi::xml_document doc;
+            benchmark::DoNotOptimize(doc.load_buffer(xml.Cstr(), xml.GetLength() * sizeof(wchar_t), pugi::parse_default,
+                                                     pugi::encoding_wchar));
+        });
+        Measure(w, [&] { benchmark::DoNotOptimize(t.ToXML(0, L"/data")); });
+        Measure(r, [&] {
+            KrTheme3DUnique theme;
+            benchmark::DoNotOptimize(theme.FromXML(xml, 0, L"/data"));
+        });
+    };
+    // One untimed round first, so that no step pays for the memory the process has yet to grow
+    Times unused;
+    round(unused, unused, unused);
+    for (auto _ : state) round(parse, write, read);
+    const double n = static_cast<double>(state.iterations());
+    state.counters["parse_ms"] = parse.cpu / n * 1e3;
+    state.counters["ToXML_ms"] = write.cpu / n * 1e3;
+    state.counters["FromXML_ms"] = read.cpu / n * 1e3;
+    state.counters["ToXML_x_cpu"] = write.cpu / parse.cpu;
+    state.counters["FromXML_x_cpu"] = read.cpu / parse.cpu;
+    state.counters["ToXML_x_wall"] = write.wall / parse.wall;
+    state.counters["FromXML_x_wall"] = read.wall / parse.wall;
+}
+
 } // namespace
 
 BENCHMARK(BM_NumericLookup)->Arg(10)->Arg(1000)->Arg(100000);
@@ -153,3 +208,4 @@ BENCHMARK(BM_TextWalk)->Arg(10)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_ToXML)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FromXML)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PugixmlParse)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DocumentAgainstParse)->Arg(100000)->Iterations(5)->Unit(benchmark::kMillisecond);
