@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <pugixml.hpp>
+
+#include <random>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -32,7 +36,7 @@ TEST(KrMarkupTest, ChildSearchIsForwardOnlyAndNeverWraps)
 
 TEST(KrMarkupTest, IntoOutOfAndSubDocuments)
 {
-    KrMarkup m(L"<r><list><i>1</i><i>2</i></list><after/></r>");
+    KrMarkup m(L"<r><list><i>1</i><i>2</i><j>t<k/></j></list><after/></r>");
     ASSERT_TRUE(m.FindElem(L"r"));
     ASSERT_TRUE(m.FindChildElem(L"list"));
     ASSERT_TRUE(m.IntoElem());
@@ -44,7 +48,8 @@ TEST(KrMarkupTest, IntoOutOfAndSubDocuments)
     EXPECT_TRUE(m.FindChildElem(L"after"));
     m.ResetChildPos();
     m.FindChildElem(L"list");
-    EXPECT_EQ(m.GetChildSubDoc(), L"<list>\n  <i>1</i>\n  <i>2</i>\n</list>");
+    // Text beside elements is printed as the parser prints it
+    EXPECT_EQ(m.GetChildSubDoc(), L"<list>\n  <i>1</i>\n  <i>2</i>\n  <j>t<k />\n  </j>\n</list>");
 }
 
 TEST(KrMarkupTest, WritingElementsAttributesAndFragments)
@@ -91,11 +96,134 @@ TEST(KrMarkupTest, MalformedTextIsAnEmptyDocument)
     }
 }
 
+namespace {
+// A random tree built twice: through the cursor, and straight in pugixml as the cursor's
+// operations are documented to build it (fragments as the parser reads them)
+class TwinBuilder {
+public:
+    explicit TwinBuilder(unsigned seed) : m_random(seed) {}
+    KrMarkup markup;
+    pugi::xml_document model;
+
+    void Build()
+    {
+        markup.AddElem(L"root");
+        Fill(model.append_child("root"), 0);
+    }
+
+private:
+    std::wstring Text()
+    {
+        static const wchar_t* const pieces[] = {L"a", L" ", L"&", L"<", L">", L"\"", L"'", L"\t", L"\n", L"\r", L"\x01",
+                                                L"\x1F", L"\u00e9", L"\u5317", L"\U0001F600", L"\xD800", L"]]>", L"12.5"};
+        std::wstring text;
+        for (unsigned n = m_random() % 5; n; --n) text += pieces[m_random() % (sizeof pieces / sizeof *pieces)];
+        if (m_random() % 8 == 0) text += static_cast<wchar_t>(0x110000);
+        return text;
+    }
+    const wchar_t* Name()
+    {
+        static const wchar_t* const names[] = {L"a", L"tdx:Style", L"b.c-d_1", L"\u00e9t\u00e9", L"k"};
+        return names[m_random() % 5];
+    }
+    static std::string Utf8(const std::wstring& text) { return BsxUnicodeString::ToUtf8(text.data(), text.size()); }
+    // Flat fragments of every form, a style's own among them, and some that are not flat
+    std::wstring Fragment()
+    {
+        KrStyle style;
+        style.SetIconName(Text());
+        switch (m_random() % 7) {
+        case 0: return style.ToXML(0, L"tdx:Style").Str();
+        case 1: return L"<f>" + std::wstring(m_random() % 2 ? L"only &amp; text" : L" ") + L"</f>";
+        case 2: return L"<f/>";
+        case 3: return L"<f>\n  <b>1 > 0\t\x01\u5317</b>\n  <c />\n</f>";
+        case 4: return L"<f k=\"v\"><b><c/></b></f>";
+        case 5: return L"<f><\u00e9>x</\u00e9></f>";
+        default: return L"<tdx:Style><x>&lt;</x></tdx:Style>";
+        }
+    }
+    void Fill(pugi::xml_node into, int depth)
+    {
+        for (unsigned n = m_random() % 5; n; --n) {
+            const unsigned kind = m_random() % 4;
+            if (kind == 0 || depth > 3) {
+                const wchar_t* name = Name();
+                const std::wstring text = Text();
+                markup.AddElem(name, text.c_str(), false, true);
+                pugi::xml_node child = into.append_child(Utf8(name).c_str());
+                if (!text.empty()) child.text().set(Utf8(text).c_str());
+                if (m_random() % 3 == 0) {
+                    const std::wstring value = Text();
+                    markup.SetAttrib(KrMarkup::MNT_CHILD, L"k", value.c_str());
+                    child.append_attribute("k").set_value(Utf8(value).c_str());
+                }
+            } else if (kind == 1) {
+                // A container, now and then with text before its elements
+                const bool mixed = m_random() % 4 == 0;
+                markup.AddElem(L"c", mixed ? L"t" : nullptr, false, true);
+                pugi::xml_node child = into.append_child("c");
+                if (mixed) child.text().set("t");
+                markup.IntoElem();
+                Fill(child, depth + 1);
+                markup.OutOfElem();
+            } else {
+                const std::wstring fragment = Fragment();
+                pugi::xml_document parsed;
+                const std::string utf8 = Utf8(fragment);
+                const unsigned flags = (pugi::parse_default & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) | pugi::parse_ws_pcdata_single;
+                ASSERT_TRUE(parsed.load_buffer(utf8.data(), utf8.size(), flags, pugi::encoding_utf8));
+                ASSERT_TRUE(markup.AddSubDoc(fragment.c_str(), false, true));
+                into.append_copy(parsed.document_element());
+            }
+        }
+    }
+    std::mt19937 m_random;
+};
+
+// Every element below the current one as the cursor reads it: name, attribute, what it holds,
+// and its markup when asked for, which then comes first
+std::wstring Transcript(KrMarkup& m, bool subDocuments)
+{
+    std::wstring out;
+    while (m.FindChildElem()) {
+        if (subDocuments) out += m.GetChildSubDoc().Str();
+        out += (m.GetChildTagName() + L"|" + m.GetChildAttrib(L"k") + L"\n").Str();
+        m.IntoElem();
+        out += Transcript(m, subDocuments);
+        m.OutOfElem();
+        out += (L"=" + m.GetChildData() + L"\n").Str();
+    }
+    return out;
+}
+} // namespace
+
+TEST(KrMarkupTest, BuiltDocumentsPrintAndReadAsTheParserHasThem)
+{
+    for (unsigned seed = 0; seed < 300; ++seed) {
+        TwinBuilder twin(seed);
+        twin.Build();
+        std::ostringstream printed;
+        twin.model.save(printed, "  ", pugi::format_indent | pugi::format_no_declaration);
+        const BsxUnicodeString doc = twin.markup.GetDoc();
+        ASSERT_EQ(doc, BsxUnicodeString::FromUtf8(printed.str())) << seed;
+        // Read through the cursor that built it, fragments and all, as through one over its text
+        for (const bool subDocuments : {false, true}) {
+            TwinBuilder again(seed);
+            again.Build();
+            KrMarkup back(doc.Cstr());
+            ASSERT_TRUE(back.FindElem());
+            again.markup.ResetChildPos();
+            ASSERT_EQ(Transcript(again.markup, subDocuments), Transcript(back, subDocuments)) << seed;
+            EXPECT_EQ(again.markup.GetDoc(), doc) << seed;
+        }
+    }
+}
+
 TEST(KrStyleTest, EveryPropertySurvivesItsDocument)
 {
     KrStyle s;
     s.SetAltitudeMode(static_cast<AltitudeMode>(77)); s.SetBottomAltitude(1.25f); s.SetExtendHeight(0.1f);
-    s.SetMarkerStyle(-4); s.SetMarker3D(true); s.SetIconName(L"icons/\u5317.png"); s.SetIconScale(3.3f);
+    s.SetMarkerStyle(-4); s.SetMarker3D(true); s.SetIconName(L"icons/\u5317<&>.png"); s.SetIconScale(3.3f);
     s.SetPointColor(KrColorValue3D(0.1, 0.2, 1.0 / 3.0, 1)); s.SetBillBoardMode(BILLBOARD_AXIS);
     s.SetMarker3DScaleX(1e-300); s.SetMarker3DScaleY(2); s.SetMarker3DScaleZ(-3);
     s.SetMarker3DRotateX(45); s.SetMarker3DRotateY(0.7); s.SetMarker3DRotateZ(-90);
@@ -110,6 +238,22 @@ TEST(KrStyleTest, EveryPropertySurvivesItsDocument)
     EXPECT_EQ(s.ToXML(0, L"tdx:DefaultStyle").Find(L"<tdx:DefaultStyle>"), 0);
     EXPECT_FALSE(back.FromXML(L"<tdx:Style>", 0));
     EXPECT_EQ(back, s);
+    // A text changed in place after it was written, or printed by the cursor, reads as changed
+    BsxUnicodeString changed = s.ToXML(0, L"");
+    ASSERT_EQ(changed.Replace(L">9<", L">7<"), 1);
+    ASSERT_TRUE(back.FromXML(changed, 0));
+    EXPECT_EQ(back.GetLineStyle(), 7);
+    KrMarkup m;
+    m.AddElem(L"r");
+    m.AddSubDoc(xml.Cstr(), false, true);
+    KrMarkup read(m.GetDoc().Cstr());
+    read.FindChildElem(L"tdx:Style");
+    ASSERT_TRUE(back.FromXML(read.GetChildSubDoc(), 0));
+    EXPECT_EQ(back, s);
+    changed = read.GetChildSubDoc();
+    ASSERT_EQ(changed.Replace(L">9<", L">6<"), 1);
+    ASSERT_TRUE(back.FromXML(changed, 0));
+    EXPECT_EQ(back.GetLineStyle(), 6);
 
     KrTextStyle t;
     t.SetHalo(true); t.SetSize(20); t.SetHeight(8); t.SetForeColor(BSXRGBA(255, 255, 0, 255));

@@ -1,5 +1,8 @@
 #include "KrFlatXml.h"
 
+#include <algorithm>
+#include <cwchar>
+
 namespace KRN {
 namespace FlatXml {
 
@@ -7,9 +10,29 @@ namespace {
 
 bool IsSpace(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
 
-bool IsNameStart(wchar_t c) { return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z') || c == L'_' || c == L':'; }
+// Name characters as the flat form accepts them: ASCII letters, "_" and ":" to start, digits,
+// "-" and "." after. Looked up in a table, as every tag of every style goes through here.
+enum : unsigned char { kNameStart = 1, kNameChar = 2 };
+struct NameTable {
+    unsigned char kind[128] = {};
+    constexpr NameTable()
+    {
+        for (int c = 0; c < 128; ++c) {
+            const bool start = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
+            const bool other = (c >= '0' && c <= '9') || c == '-' || c == '.';
+            kind[c] = static_cast<unsigned char>((start ? kNameStart | kNameChar : 0) | (other ? kNameChar : 0));
+        }
+    }
+};
+constexpr NameTable kNames;
 
-bool IsNameChar(wchar_t c) { return IsNameStart(c) || (c >= L'0' && c <= L'9') || c == L'-' || c == L'.'; }
+bool Is(wchar_t c, unsigned char kind)
+{
+    const auto code = static_cast<unsigned long>(c);
+    return code < 128 && (kNames.kind[code] & kind) != 0;
+}
+bool IsNameStart(wchar_t c) { return Is(c, kNameStart); }
+bool IsNameChar(wchar_t c) { return Is(c, kNameChar); }
 
 // What the conversion to UTF-8 keeps as it is
 bool HasUtf8Form(wchar_t c)
@@ -24,47 +47,57 @@ const wchar_t* SkipSpace(const wchar_t* p)
     return p;
 }
 
-// "<name" then optional white space and ">" or "/>"; p after the tag
-bool OpenTag(const wchar_t*& p, std::wstring_view& name, bool& empty)
+// The helpers below take the position and answer the one after what they read, or null when
+// the text does not go on as they expect; positions stay in locals, which keeps these loops tight.
+
+// "<name" then optional white space and ">" or "/>"
+const wchar_t* OpenTag(const wchar_t* p, std::wstring_view& name, bool& empty)
 {
-    if (*p != L'<' || !IsNameStart(p[1])) return false;
-    const wchar_t* start = ++p;
+    if (*p != L'<' || !IsNameStart(p[1])) return nullptr;
+    const wchar_t* const start = ++p;
     while (IsNameChar(*p)) ++p;
     name = std::wstring_view(start, static_cast<size_t>(p - start));
     p = SkipSpace(p);
     if (*p == L'>') {
         empty = false;
-        ++p;
-        return true;
+        return p + 1;
     }
     if (p[0] == L'/' && p[1] == L'>') {
         empty = true;
-        p += 2;
-        return true;
+        return p + 2;
     }
-    return false;
+    return nullptr;
 }
 
 // "</name" then optional white space and ">"
-bool CloseTag(const wchar_t*& p, std::wstring_view name)
+const wchar_t* CloseTag(const wchar_t* p, std::wstring_view name)
 {
-    if (p[0] != L'<' || p[1] != L'/') return false;
+    if (p[0] != L'<' || p[1] != L'/') return nullptr;
     p += 2;
-    if (std::wstring_view(p, name.size()) != name || IsNameChar(p[name.size()])) return false;
-    p = SkipSpace(p + name.size());
-    if (*p != L'>') return false;
-    ++p;
-    return true;
+    // Compared a character at a time, so that a text ending early is never read past its end
+    for (const wchar_t c : name)
+        if (*p++ != c) return nullptr;
+    if (IsNameChar(*p)) return nullptr;
+    p = SkipSpace(p);
+    return *p == L'>' ? p + 1 : nullptr;
 }
 
-// Text up to the next "<"; false at a reference, a character without a UTF-8 form or the end
-bool Text(const wchar_t*& p, std::wstring_view& text)
+// Text up to the next "<"; null at a reference, a character without a UTF-8 form or the end
+const wchar_t* Text(const wchar_t* p, std::wstring_view& text)
 {
-    const wchar_t* start = p;
-    for (; *p != L'<'; ++p)
-        if (*p == 0 || *p == L'&' || !HasUtf8Form(*p)) return false;
+    const wchar_t* const start = p;
+    for (;; ++p) {
+        const auto c = static_cast<unsigned long>(*p);
+        // Below "=" lie all three characters that stop the text; most characters are above
+        if (c < L'=') {
+            if (c == L'<') break;
+            if (c == 0 || c == L'&') return nullptr;
+        } else if (c >= 0xD800 && !HasUtf8Form(*p)) {
+            return nullptr;
+        }
+    }
     text = std::wstring_view(start, static_cast<size_t>(p - start));
-    return true;
+    return p;
 }
 
 bool IsBlank(std::wstring_view text)
@@ -81,92 +114,164 @@ bool Split(const wchar_t* text, Document& document)
     document.children.clear();
     document.rootText = std::wstring_view();
     if (!text) return false;
-    const wchar_t* p = SkipSpace(text);
     bool empty = false;
-    if (!OpenTag(p, document.root, empty)) return false;
+    const wchar_t* p = OpenTag(SkipSpace(text), document.root, empty);
+    if (!p) return false;
     if (!empty) {
         std::wstring_view between;
-        if (!Text(p, between)) return false;
+        if (!(p = Text(p, between))) return false;
         while (p[1] != L'/') {
             // White space between children is not kept; other text beside children is not flat
             if (!IsBlank(between)) return false;
             Element child;
             bool childEmpty = false;
-            if (!OpenTag(p, child.name, childEmpty)) return false;
-            if (!childEmpty && !(Text(p, child.text) && CloseTag(p, child.name))) return false;
+            if (!(p = OpenTag(p, child.name, childEmpty))) return false;
+            if (!childEmpty && !((p = Text(p, child.text)) && (p = CloseTag(p, child.name)))) return false;
             document.children.push_back(child);
-            if (!Text(p, between)) return false;
+            if (!(p = Text(p, between))) return false;
         }
         // Text that is the root's only content is kept, white space included
         if (document.children.empty()) document.rootText = between;
         else if (!IsBlank(between)) return false;
-        if (!CloseTag(p, document.root)) return false;
+        if (!(p = CloseTag(p, document.root))) return false;
     }
-    p = SkipSpace(p);
-    return *p == 0;
+    return *SkipSpace(p) == 0;
 }
 
-void AppendText(std::wstring& out, std::wstring_view text)
+bool IsName(std::wstring_view text)
 {
-    // Runs that need no escaping are appended whole
-    size_t plain = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const wchar_t c = text[i];
-        if (c != L'&' && c != L'<' && c != L'>' && (c >= 32 || c == L'\t' || c == L'\n' || c == L'\r') && HasUtf8Form(c))
-            continue;
-        out.append(text.data() + plain, i - plain);
-        plain = i + 1;
-        if (c == L'&') {
-            out.append(L"&amp;", 5);
-        } else if (c == L'<') {
-            out.append(L"&lt;", 4);
-        } else if (c == L'>') {
-            out.append(L"&gt;", 4);
-        } else if (c < 32 && c != L'\t' && c != L'\n' && c != L'\r') {
-            const wchar_t code[] = {L'&', L'#', static_cast<wchar_t>(L'0' + c / 10), static_cast<wchar_t>(L'0' + c % 10), L';'};
-            out.append(code, 5);
-        } else {
-            out += L'\xFFFD';
-        }
-    }
-    out.append(text.data() + plain, text.size() - plain);
+    if (text.empty() || !IsNameStart(text[0])) return false;
+    for (const wchar_t c : text)
+        if (!IsNameChar(c)) return false;
+    return true;
+}
+
+namespace {
+struct Recent {
+    std::wstring text;
+    Document parts;
+    bool kept = false;
+};
+Recent& TheRecent()
+{
+    thread_local Recent recent;
+    return recent;
+}
+} // namespace
+
+void Remember(std::wstring_view text, Span root, const std::vector<SpannedElement>& children)
+{
+    Recent& recent = TheRecent();
+    recent.text.assign(text.data(), text.size());
+    const std::wstring_view kept(recent.text);
+    recent.parts.root = kept.substr(root.start, root.length);
+    recent.parts.rootText = std::wstring_view();
+    recent.parts.children.clear();
+    for (const SpannedElement& child : children)
+        recent.parts.children.push_back(Element{kept.substr(child.name.start, child.name.length),
+                                                kept.substr(child.text.start, child.text.length)});
+    recent.kept = true;
+}
+
+const Document* SplitRecent(const wchar_t* text, Document& scratch)
+{
+    const Recent& recent = TheRecent();
+    // Compared up to and with the kept text's terminator, so never past the end of either
+    if (text && recent.kept && std::wcsncmp(text, recent.text.c_str(), recent.text.size() + 1) == 0) return &recent.parts;
+    return Split(text, scratch) ? &scratch : nullptr;
 }
 
 Writer::Writer(std::wstring_view root) : m_root(root)
 {
     for (wchar_t& c : m_root)
         if (!HasUtf8Form(c)) c = L'\xFFFD';
-    m_text.reserve(1024);
-    m_text += L'<';
-    m_text += m_root;
+    // A style prints in about a thousand characters; the text is written in place and only
+    // grows for a longer one
+    m_text.resize(2048);
+    wchar_t* p = Room(1 + m_root.size());
+    *p++ = L'<';
+    Put(p, m_root);
+    m_used = 1 + m_root.size();
+    m_plain = IsName(m_root);
+    m_parts.reserve(32);
+}
+
+wchar_t* Writer::Room(size_t n)
+{
+    if (m_text.size() - m_used < n) m_text.resize(std::max(2 * m_text.size(), m_used + n));
+    return &m_text[m_used];
+}
+
+void Writer::Put(wchar_t*& p, std::wstring_view text)
+{
+    std::char_traits<wchar_t>::copy(p, text.data(), text.size());
+    p += text.size();
 }
 
 void Writer::Add(std::wstring_view name, std::wstring_view text)
 {
-    if (m_empty) m_text.append(L">\n", 2);
-    m_empty = false;
-    m_text.append(L"  <", 3);
-    m_text += name;
-    if (text.empty()) {
-        m_text.append(L" />\n", 4);
-        return;
+    // The longest form: every character of the text replaced by a five-character reference
+    wchar_t* const start = Room(2 + 3 + 2 * name.size() + 5 * text.size() + 6);
+    wchar_t* p = start;
+    if (m_empty) {
+        *p++ = L'>';
+        *p++ = L'\n';
     }
-    m_text += L'>';
-    AppendText(m_text, text);
-    m_text.append(L"</", 2);
-    m_text += name;
-    m_text.append(L">\n", 2);
+    m_empty = false;
+    *p++ = L' ';
+    *p++ = L' ';
+    *p++ = L'<';
+    SpannedElement part;
+    part.name = Span{m_used + static_cast<size_t>(p - start), name.size()};
+    Put(p, name);
+    m_plain = m_plain && IsName(name);
+    if (text.empty()) {
+        part.text = Span{m_used + static_cast<size_t>(p - start), 0};
+        Put(p, L" />\n");
+    } else {
+        *p++ = L'>';
+        const wchar_t* const textStart = p;
+        for (const wchar_t c : text) {
+            const auto code = static_cast<unsigned long>(c);
+            // Most characters are above any that is replaced or escaped
+            if (code >= L'?' && code < 0xD800) {
+                *p++ = c;
+            } else if (code < 0x80 && NeedsEscape(code, false)) {
+                char replacement[6];
+                const size_t n = Escape(code, replacement);
+                for (size_t k = 0; k < n; ++k) *p++ = static_cast<wchar_t>(replacement[k]);
+                m_plain = false;
+            } else {
+                *p++ = HasUtf8Form(c) ? c : L'\xFFFD';
+            }
+        }
+        part.text = Span{m_used + static_cast<size_t>(textStart - start), static_cast<size_t>(p - textStart)};
+        *p++ = L'<';
+        *p++ = L'/';
+        Put(p, name);
+        *p++ = L'>';
+        *p++ = L'\n';
+    }
+    m_used += static_cast<size_t>(p - start);
+    if (m_plain) m_parts.push_back(part);
 }
 
 std::wstring Writer::Finish()
 {
+    wchar_t* const start = Room(4 + m_root.size() + 2);
+    wchar_t* p = start;
     if (m_empty) {
-        m_text.append(L" />\n", 4);
+        Put(p, L" />\n");
     } else {
-        m_text.append(L"</", 2);
-        m_text += m_root;
-        m_text.append(L">\n", 2);
+        *p++ = L'<';
+        *p++ = L'/';
+        Put(p, m_root);
+        *p++ = L'>';
+        *p++ = L'\n';
     }
+    m_used += static_cast<size_t>(p - start);
+    m_text.resize(m_used);
+    if (m_plain) Remember(m_text, Span{1, m_root.size()}, m_parts);
     return std::move(m_text);
 }
 

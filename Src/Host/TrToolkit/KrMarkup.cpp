@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "KrFlatXml.h"
+#include "KrMarkupTree.h"
 
 namespace KRN {
 
@@ -21,6 +22,8 @@ struct Parsed {
     pugi::xml_document doc;
     std::string text;
     bool wellFormed = true;
+    // Flat fragments appended whole and not yet looked into
+    MarkupTree::DeferredFlats deferred;
 };
 
 // A document is often parsed twice in a row: the host's base class reads its part of a theme
@@ -35,14 +38,24 @@ struct KrMarkup::Impl {
     pugi::xml_node parent;  // the level FindElem searches
     pugi::xml_node element; // current element, null before the first
     pugi::xml_node child;   // current child, null before the first
-    // Conversions of names and texts on their way in and out reuse these, so that a long run of
-    // small edits or reads allocates nothing per element
+    // Conversions of names and texts on their way in reuse these, and so does the reading of a
+    // flat fragment, so that a long run of small edits allocates nothing per element
     std::string narrow[2];
-    std::wstring wide[2];
+    FlatXml::Document flat;
+    // The element AddElem added last: never a deferred fragment, so that the first child added
+    // to a container just made needs no search among the fragments
+    pugi::xml_node plain;
 
     pugi::xml_document& Doc() const { return parsed->doc; }
+    // Before anything looks below node: its children, when they were deferred, become nodes
+    pugi::xml_node Expanded(pugi::xml_node node) const
+    {
+        if (node != plain) parsed->deferred.Expand(node);
+        return node;
+    }
     void Reset()
     {
+        plain = pugi::xml_node();
         parent = parsed->doc;
         element = pugi::xml_node();
         child = pugi::xml_node();
@@ -83,22 +96,6 @@ const char* Narrow(std::wstring_view text, std::string& buffer)
         *out++ = static_cast<char>(c);
     }
     return buffer.c_str();
-}
-
-// UTF-8 text as wide characters in buffer; plain ASCII is copied as it is
-std::wstring_view Widen(const char* text, std::wstring& buffer)
-{
-    const size_t length = std::strlen(text);
-    buffer.resize(length);
-    wchar_t* out = &buffer[0];
-    for (const char* p = text; *p; ++p) {
-        if (static_cast<unsigned char>(*p) >= 0x80) {
-            buffer = BsxUnicodeString::FromUtf8(text, length).Str();
-            break;
-        }
-        *out++ = static_cast<wchar_t>(*p);
-    }
-    return buffer;
 }
 
 // Collects printed XML straight into a string
@@ -191,12 +188,22 @@ pugi::xml_node NextMatch(pugi::xml_node from, const Name& name)
     return pugi::xml_node();
 }
 
-// Whether text converts to exactly utf8, compared as it converts, without converting it whole
-bool SameText(const wchar_t* text, const std::string& utf8)
+// Whether the length characters of text convert to exactly utf8, compared as they convert,
+// without converting them whole
+bool SameText(const wchar_t* text, size_t length, const std::string& utf8)
 {
+    // Plain ASCII in blocks of sixteen, compared together
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const unsigned char* const end = p + utf8.size();
-    for (; *text; ++text) {
+    const wchar_t* const textEnd = text + length;
+    while (textEnd - text >= 16 && end - p >= 16) {
+        unsigned int differ = 0;
+        for (size_t b = 0; b < 16; ++b) differ |= (static_cast<unsigned int>(text[b]) ^ p[b]) | (p[b] & 0x80u);
+        if (differ) break;
+        text += 16;
+        p += 16;
+    }
+    for (; text != textEnd; ++text) {
         auto cp = static_cast<unsigned long>(*text);
         if (cp < 0x80) {
             if (p == end || *p != cp) return false;
@@ -245,27 +252,6 @@ pugi::xml_node NodeAt(pugi::xml_node node, const std::vector<size_t>& path)
     return node;
 }
 
-// An element whose children are simple elements without attributes (a style, say) printed as
-// Serialize prints it, straight into wide text; false, and nothing written, for any other
-bool SerializeFlat(const pugi::xml_node& node, std::wstring (&wide)[2], BsxUnicodeString& out)
-{
-    if (node.first_attribute()) return false;
-    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
-        if (c.type() != pugi::node_element || c.first_attribute()) return false;
-        const pugi::xml_node text = c.first_child();
-        // An empty text node would print as an open and a close tag, which the flat writer
-        // keeps for elements with text
-        if (text && (text.type() != pugi::node_pcdata || text.next_sibling() || !*text.value())) return false;
-    }
-    FlatXml::Writer writer(Widen(node.name(), wide[0]));
-    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-        writer.Add(Widen(c.name(), wide[0]), Widen(c.child_value(), wide[1]));
-    std::wstring text = writer.Finish();
-    text.pop_back();
-    out = BsxUnicodeString(std::move(text));
-    return true;
-}
-
 BsxUnicodeString Serialize(const pugi::xml_node& node)
 {
     StringWriter out;
@@ -281,12 +267,14 @@ void KrMarkup::Impl::Own()
     if (parsed == t_lastParsed) t_lastParsed.reset();
     if (parsed.use_count() == 1) return;
     // Another cursor reads this document: carry the cursor over to a copy
+    parsed->deferred.ExpandAll();
     auto copy = std::make_shared<Parsed>();
     copy->doc.reset(parsed->doc);
     copy->wellFormed = parsed->wellFormed;
     const bool hasElement = element, hasChild = child;
     const std::vector<size_t> parentPath = PathOf(parent), elementPath = PathOf(element), childPath = PathOf(child);
     parsed = std::move(copy);
+    plain = pugi::xml_node();
     parent = NodeAt(parsed->doc, parentPath);
     element = hasElement ? NodeAt(parsed->doc, elementPath) : pugi::xml_node();
     child = hasChild ? NodeAt(parsed->doc, childPath) : pugi::xml_node();
@@ -300,11 +288,12 @@ KrMarkup::~KrMarkup() = default;
 
 bool KrMarkup::SetDoc(const wchar_t* text)
 {
-    if (t_lastParsed && text && *text && SameText(text, t_lastParsed->text)) {
+    const size_t length = text ? std::wcslen(text) : 0;
+    if (t_lastParsed && length && SameText(text, length, t_lastParsed->text)) {
         // Served once: the reader that asked again now holds it, and it goes with that reader
         m_impl->parsed = std::move(t_lastParsed);
     } else {
-        std::string utf8 = Utf8(text);
+        std::string utf8 = BsxUnicodeString::ToUtf8(text, length);
         auto parsed = std::make_shared<Parsed>();
         if (!utf8.empty()) {
             pugi::xml_parse_result r = parsed->doc.load_buffer(utf8.data(), utf8.size(), kParseFlags, pugi::encoding_utf8);
@@ -325,6 +314,10 @@ bool KrMarkup::IsWellFormed() const { return m_impl->parsed->wellFormed; }
 
 BsxUnicodeString KrMarkup::GetDoc() const
 {
+    std::wstring text;
+    if (MarkupTree::Print(m_impl->Doc(), m_impl->parsed->deferred, text)) return BsxUnicodeString(std::move(text));
+    // A document the cursor's printer does not write is printed by the parser
+    m_impl->parsed->deferred.ExpandAll();
     BlockWriter out;
     m_impl->Doc().save(out, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
     return BsxUnicodeString(out.Wide());
@@ -345,7 +338,7 @@ bool KrMarkup::FindChildElem(const wchar_t* name)
 {
     if (!m_impl->EnsureElement()) return false;
     const Name n(name);
-    pugi::xml_node start = m_impl->child ? m_impl->child.next_sibling() : m_impl->element.first_child();
+    pugi::xml_node start = m_impl->child ? m_impl->child.next_sibling() : m_impl->Expanded(m_impl->element).first_child();
     pugi::xml_node found = NextMatch(start, n);
     if (!found) return false;
     m_impl->child = found;
@@ -373,15 +366,18 @@ bool KrMarkup::OutOfElem()
 }
 
 BsxUnicodeString KrMarkup::GetTagName() const { return Wide(m_impl->element.name()); }
-BsxUnicodeString KrMarkup::GetData() const { return Wide(m_impl->element.text().get()); }
+BsxUnicodeString KrMarkup::GetData() const { return Wide(m_impl->Expanded(m_impl->element).text().get()); }
 BsxUnicodeString KrMarkup::GetChildTagName() const { return Wide(m_impl->child.name()); }
-BsxUnicodeString KrMarkup::GetChildData() const { return Wide(m_impl->child.text().get()); }
+BsxUnicodeString KrMarkup::GetChildData() const { return Wide(m_impl->Expanded(m_impl->child).text().get()); }
 
 BsxUnicodeString KrMarkup::GetChildSubDoc() const
 {
     if (!m_impl->child) return BsxUnicodeString();
-    BsxUnicodeString flat;
-    if (SerializeFlat(m_impl->child, m_impl->wide, flat)) return flat;
+    m_impl->Expanded(m_impl->child);
+    std::wstring text;
+    if (MarkupTree::PrintElement(m_impl->child, m_impl->parsed->deferred, text)) return BsxUnicodeString(std::move(text));
+    // The parser's printer sees nodes only
+    m_impl->parsed->deferred.ExpandAll();
     return Serialize(m_impl->child);
 }
 
@@ -401,7 +397,7 @@ pugi::xml_node KrMarkup::Impl::Insert(const char* name, const pugi::xml_node* so
     pugi::xml_node added;
     if (asChild) {
         if (!EnsureElement()) return added;
-        pugi::xml_node parent = element;
+        pugi::xml_node parent = Expanded(element);
         if (source) added = insertBefore ? parent.prepend_copy(*source) : parent.append_copy(*source);
         else added = insertBefore ? parent.prepend_child(name) : parent.append_child(name);
         if (added) child = added;
@@ -428,6 +424,7 @@ bool KrMarkup::AddElem(const wchar_t* name, const wchar_t* text, bool insertBefo
     if (!name || !*name) return false;
     pugi::xml_node added = m_impl->Insert(Narrow(name, m_impl->narrow[0]), nullptr, insertBefore, asChild);
     if (!added) return false;
+    m_impl->plain = added;
     if (text && *text) added.text().set(Narrow(text, m_impl->narrow[1]));
     return true;
 }
@@ -436,16 +433,11 @@ bool KrMarkup::AddSubDoc(const wchar_t* xml, bool insertBefore, bool asChild)
 {
     if (!xml || !*xml) return false;
     // A flat fragment (a style, say) is built in place; any other goes through the parser
-    FlatXml::Document flat;
-    if (FlatXml::Split(xml, flat)) {
-        std::string(&utf8)[2] = m_impl->narrow;
-        pugi::xml_node added = m_impl->Insert(Narrow(flat.root, utf8[0]), nullptr, insertBefore, asChild);
+    if (const FlatXml::Document* flat = FlatXml::SplitRecent(xml, m_impl->flat)) {
+        pugi::xml_node added = m_impl->Insert(Narrow(flat->root, m_impl->narrow[0]), nullptr, insertBefore, asChild);
         if (!added) return false;
-        if (!flat.rootText.empty()) added.append_child(pugi::node_pcdata).set_value(Narrow(flat.rootText, utf8[1]));
-        for (const FlatXml::Element& element : flat.children) {
-            pugi::xml_node child = added.append_child(Narrow(element.name, utf8[0]));
-            if (!element.text.empty()) child.append_child(pugi::node_pcdata).set_value(Narrow(element.text, utf8[1]));
-        }
+        // Its content stays compact until something looks inside it
+        m_impl->parsed->deferred.Defer(added, *flat);
         return true;
     }
     pugi::xml_document fragment;

@@ -115,9 +115,10 @@ template <class S>
 bool ReadProperties(const BSX::BsxUnicodeString& xml, S& style)
 {
     S read;
-    FlatXml::Document flat;
-    if (FlatXml::Split(xml.Cstr(), flat)) {
-        FlatFinder finder{flat};
+    // Kept from call to call, so that reading a style allocates no list of its parts
+    thread_local FlatXml::Document scratch;
+    if (const FlatXml::Document* flat = FlatXml::SplitRecent(xml.Cstr(), scratch)) {
+        FlatFinder finder{*flat};
         PropertyReader<FlatFinder> reader{finder};
         S::VisitProperties(read, reader);
     } else {
