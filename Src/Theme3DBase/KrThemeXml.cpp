@@ -176,8 +176,8 @@ void AddItemRecord(KrMarkup& markup, const KrTheme3DItem& item, int version, con
 
 void ReadItemRecord(KrMarkup& markup, KrTheme3DItem& working, int version, const BsxUnicodeString& iconDir)
 {
+    ReadText(markup, kCaptionName, working.Caption);
     BsxUnicodeString text;
-    if (ReadText(markup, kCaptionName, text)) working.Caption = text;
     if (ReadText(markup, kVisibleName, text)) working.Visible = ReadFalseIsFalse(text);
     working.ModellingStyleEnabled = ReadText(markup, kModellingName, text) ? ReadFalseIsFalse(text) : true;
     ReadStyle(markup, kStyleName, working.Style, version, &iconDir);
@@ -265,16 +265,38 @@ int CodeOf(const KeywordTable& table, const BsxUnicodeString& text)
     return code;
 }
 
+namespace {
+// Themes name the same few icons entry after entry, and a name's other form depends on the two
+// texts alone: the last answer is kept per thread and given again for the same two texts
+struct IconMemo {
+    BsxUnicodeString icon, dir, answer;
+    bool kept = false;
+    template <class F>
+    const BsxUnicodeString& Get(const BsxUnicodeString& forIcon, const BsxUnicodeString& forDir, F&& work)
+    {
+        if (!kept || icon != forIcon || dir != forDir) {
+            answer = work();
+            icon = forIcon;
+            dir = forDir;
+            kept = true;
+        }
+        return answer;
+    }
+};
+} // namespace
+
 BsxUnicodeString RelativeIconName(const BsxUnicodeString& icon, const BsxUnicodeString& dir)
 {
     if (icon.IsEmpty()) return BsxUnicodeString();
-    return KrFile::GetRelativePath(dir, KrFile::GetDir(icon)) + KrFile::GetName(icon);
+    thread_local IconMemo memo;
+    return memo.Get(icon, dir, [&] { return KrFile::GetRelativePath(dir, KrFile::GetDir(icon)) + KrFile::GetName(icon); });
 }
 
 BsxUnicodeString AbsoluteIconName(const BsxUnicodeString& icon, const BsxUnicodeString& dir)
 {
     if (icon.IsEmpty()) return icon;
-    return KrFile::GetAbsolutePath(dir, icon);
+    thread_local IconMemo memo;
+    return memo.Get(icon, dir, [&] { return KrFile::GetAbsolutePath(dir, icon); });
 }
 
 } // namespace ThemeXml
