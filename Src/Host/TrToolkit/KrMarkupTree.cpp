@@ -324,6 +324,12 @@ public:
     // Writes again what was written at span (a name, for its closing tag)
     void Repeat(FlatXml::Span span)
     {
+        // Mostly still in the buffer, and copied whole from there
+        if (span.length <= kSize && Room(span.length) >= span.length && span.start >= m_out.size()) {
+            std::char_traits<wchar_t>::copy(m_buffer + m_used, m_buffer + (span.start - m_out.size()), span.length);
+            m_used += span.length;
+            return;
+        }
         for (size_t left = span.length; left;) {
             const size_t n = std::min(left, Room(1));
             // Where the span's next characters are now: flushed already, or still in the buffer
