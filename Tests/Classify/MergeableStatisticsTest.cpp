@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "BsxArray.h"
@@ -73,6 +74,14 @@ TEST(KrMergeableStatisticsTest, PartsMergedInAnyOrderClassifyAsTheWhole)
             EXPECT_EQ(a.GetClassType(), b.GetClassType());
         }
     }
+    // Parts of one value, of none, and of no data only merge as well
+    KrClassStatistics one, none, noData, some;
+    one.Add(4);
+    noData.AddNoData();
+    some.Add(9);
+    for (const KrClassStatistics* part : {&none, &one, &noData, &none}) some.Merge(*part);
+    EXPECT_EQ(std::make_tuple(some.GetCount(), some.GetNoDataCount(), some.GetMin(), some.GetMean()), std::make_tuple(std::int64_t(2), std::int64_t(1), 4.0, 6.5));
+
     KrClassStatistics s;
     s.Add(3);
     const std::string bytes = s.ToBytes();
@@ -121,8 +130,11 @@ TEST(KrMergeableStatisticsTest, SketchRanksStayWithinTheStatedError)
     std::printf("sketch: largest rank error %.5f (stated %.3f)\n", worst, KrQuantileSketch::kRankError);
     EXPECT_LE(worst, KrQuantileSketch::kRankError);
 
+    // Nothing to answer from: no value, or no rank asked
     KrQuantileSketch s;
+    EXPECT_TRUE(std::isnan(s.GetQuantile(0.5)));
     s.Add(1);
+    EXPECT_TRUE(std::isnan(s.GetQuantile(NAN)));
     std::string bytes = s.ToBytes();
     EXPECT_FALSE(s.FromBytes(bytes.substr(0, bytes.size() - 8)));
     bytes[bytes.size() - 1] = '\x7f'; // the retained value no longer lies within the extremes

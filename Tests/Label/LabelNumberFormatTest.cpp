@@ -19,7 +19,7 @@ namespace {
 const wchar_t* const kHostileFormats[] = {
     L"%s", L"%n", L"%d", L"%x", L"%c", L"%p", L"%*f", L"%.*f", L"%.9999999f", L"%99999999999999999999f",
     L"%.2f%.2f", L"%.2f %s", L"%Lf", L"%hf", L"%llf", L"%'f", L"%1$f", L"%", L"%%%", L"%5", L"%.f%n", L"%.2",
-    L"%101f", L"%.101f", L"%f%"};
+    L"%101f", L"%.101f", L"%f%", L"100%%"};
 } // namespace
 
 TEST(LabelNumberFormat, WritesWhatTheCLibraryWritesAndRefusesTheRest)

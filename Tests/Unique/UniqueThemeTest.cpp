@@ -94,8 +94,6 @@ KrTheme3DUnique Sample()
 TEST(KrTheme3DUniqueTest, EntriesKeepDisplayOrderAndUniqueKeys)
 {
     KrTheme3DUnique t;
-    EXPECT_EQ(t.GetType(), KrTheme3D::Theme3DUnique);
-    EXPECT_EQ(t.GetCount(), 0);
     EXPECT_TRUE(t.Add(L"b", Item(L"B")));
     EXPECT_TRUE(t.Add(L"a", Item(L"A")));
     EXPECT_FALSE(t.Add(L"b", Item(L"other")));
