@@ -11,17 +11,12 @@
 #include "KrClassifier.h"
 #include "KrQuantileSketch.h"
 #include "KrTheme3DRange.h"
+#include "../Range/RangeTestSupport.h"
 
 using namespace KRN;
+using T3DTest::Breaks;
 
 namespace {
-
-std::vector<double> Breaks(const KrTheme3DRange& r)
-{
-    std::vector<double> b;
-    for (int i = 0; i < r.GetValueCount(); ++i) b.push_back(r.GetValueAt(i));
-    return b;
-}
 
 // Cuts values into a random number of parts at random places, in a shuffled order
 std::vector<std::vector<double>> Split(const std::vector<double>& values, std::mt19937& rng)

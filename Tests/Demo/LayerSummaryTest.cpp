@@ -43,6 +43,17 @@ DemoSummaryPlan Plan()
     return plan;
 }
 
+// Every step-th of the features 0 .. count-1 as a layer
+DemoLayer Layer(int count, int step)
+{
+    DemoLayer layer;
+    layer.name = "layer";
+    layer.fields = {{"use", DemoFieldKind::Text}, {"height", DemoFieldKind::Real}, {"floors", DemoFieldKind::Real}};
+    for (int i = 0; i < count; i += step) layer.features.push_back(Feature(i, UseOf(i)));
+    layer.UpdateBounds();
+    return layer;
+}
+
 // The layer in parts cut at the given identifiers, merged in order
 DemoLayerSummary Summarise(const std::vector<int>& cuts, int count)
 {
@@ -103,10 +114,7 @@ TEST(LayerSummary, ValueOutsideTheSampleGetsItsClass)
 {
     const DemoLayerSummary summary = Summarise({1000}, 2000);
     // The features at hand leave out the one lighthouse
-    DemoLayer sample;
-    sample.name = "sample";
-    sample.fields = {{"use", DemoFieldKind::Text}, {"height", DemoFieldKind::Real}, {"floors", DemoFieldKind::Real}};
-    for (int i = 0; i < 2000; i += 10) sample.features.push_back(Feature(i, UseOf(i)));
+    const DemoLayer sample = Layer(2000, 10);
     DemoThemeRequest request;
     request.kind = KrTheme3D::Theme3DUnique;
     request.field = "use";
@@ -154,11 +162,7 @@ TEST(LayerSummary, CountingStaysWithinItsLimit)
 TEST(LayerSummary, ChartTotalsAreThoseOfTheWholeLayer)
 {
     const int count = 600;
-    DemoLayer layer;
-    layer.name = "layer";
-    layer.fields = {{"use", DemoFieldKind::Text}, {"height", DemoFieldKind::Real}, {"floors", DemoFieldKind::Real}};
-    for (int i = 0; i < count; ++i) layer.features.push_back(Feature(i, UseOf(i)));
-    layer.UpdateBounds();
+    const DemoLayer layer = Layer(count, 1);
     const DemoLayerSummary summary = Summarise({250}, count);
     // Drawn from every feature, and from the summary beside a layer that holds only a few
     for (DemoChartScale::Series series : {DemoChartScale::Series::Independent, DemoChartScale::Series::Shared}) {
@@ -174,10 +178,8 @@ TEST(LayerSummary, ChartTotalsAreThoseOfTheWholeLayer)
         fromLayer.SetChartScale(scale);
         std::string error;
         ASSERT_TRUE(fromLayer.Prepare(error)) << error;
-        DemoLayer few;
-        few.fields = layer.fields;
+        DemoLayer few = Layer(count, 100);
         few.bounds = layer.bounds;
-        for (int i = 0; i < count; i += 100) few.features.push_back(Feature(i, UseOf(i)));
         DemoDrawer fromSummary(summarised, few);
         fromSummary.SetChartScale(scale);
         fromSummary.SetChartTotals(summary.GetChartTotals(0));

@@ -10,15 +10,9 @@
 
 using namespace BSX;
 using namespace KRN;
+using T3DTest::Array;
 
 namespace {
-BsxArray<double> Values(std::initializer_list<double> list)
-{
-    BsxArray<double> a;
-    for (double v : list) a.Add(v);
-    return a;
-}
-
 std::vector<std::string> Texts(const BsxArray<BsxUnicodeString>& a)
 {
     std::vector<std::string> out;
@@ -42,7 +36,7 @@ TEST(KrTheme3DGraphTest, OnlyTheListedEditsMarkTheTheme)
 {
     KrTheme3DGraph graph;
     graph.Add(L"A");
-    graph.AddArrayField(L"Sales", Values({1, 2, 3}));
+    graph.AddArrayField(L"Sales", Array({1, 2, 3}));
     const KrStyle style;
     Kr3DGraphItem item;
     struct Edit {
@@ -52,12 +46,12 @@ TEST(KrTheme3DGraphTest, OnlyTheListedEditsMarkTheTheme)
     };
     const Edit edits[] = {
         {"Add", true, [&] { graph.Add(L"B"); }},
-        {"AddArrayField", true, [&] { graph.AddArrayField(L"X", Values({})); }},
-        {"RemoveAll", true, [&] { graph.RemoveAll(); graph.Add(L"A"); graph.AddArrayField(L"Sales", Values({1})); }},
+        {"AddArrayField", true, [&] { graph.AddArrayField(L"X", Array({})); }},
+        {"RemoveAll", true, [&] { graph.RemoveAll(); graph.Add(L"A"); graph.AddArrayField(L"Sales", Array({1})); }},
         {"GetStyleAt", true, [&] { graph.GetStyleAt(0); }},
         {"SetStyleAt", true, [&] { graph.SetStyleAt(0, style); }},
         {"SetGraphType", true, [&] { graph.SetGraphType(4); }},
-        {"InsertArrayFieldAt found", true, [&] { graph.InsertArrayFieldAt(L"Sales", 0, Values({})); }},
+        {"InsertArrayFieldAt found", true, [&] { graph.InsertArrayFieldAt(L"Sales", 0, Array({})); }},
         {"RemoveArrayFieldAt found", true, [&] { graph.RemoveArrayFieldAt(L"Sales", 5, 1); }},
         {"SetJoinArrayField", true, [&] { graph.SetJoinArrayField(BsxArray<int>()); }},
         {"InsertJoinArrayFieldAt", true, [&] { graph.InsertJoinArrayFieldAt(0, nullptr, 0); }},
@@ -72,7 +66,7 @@ TEST(KrTheme3DGraphTest, OnlyTheListedEditsMarkTheTheme)
         {"SetCount", false, [&] { graph.SetCount(graph.GetCount()); }},
         {"SetExpressionAt", false, [&] { graph.SetExpressionAt(0, L"A"); }},
         {"SetCaptionAt", false, [&] { graph.SetCaptionAt(0, L"A"); }},
-        {"InsertArrayFieldAt missing", false, [&] { graph.InsertArrayFieldAt(L"New", -1, Values({1})); }},
+        {"InsertArrayFieldAt missing", false, [&] { graph.InsertArrayFieldAt(L"New", -1, Array({1})); }},
         {"RemoveArrayField missing", false, [&] { graph.RemoveArrayField(L"none"); }},
         {"RemoveArrayFieldAt missing", false, [&] { graph.RemoveArrayFieldAt(L"none", 0, 1); }},
         {"settings", false, [&] { graph.SetBarWidth(1); graph.SetStartAngle(2); graph.SetShowItemText(true);
@@ -88,16 +82,16 @@ TEST(KrTheme3DGraphTest, OnlyTheListedEditsMarkTheTheme)
 TEST(KrTheme3DGraphTest, ArrayItemsByCaptionAndKeys)
 {
     KrTheme3DGraph graph;
-    graph.AddArrayField(L"Sales", Values({1, 2, 3}));
-    graph.InsertArrayFieldAt(L"Sales", 1, Values({9}));
-    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3}));
+    graph.AddArrayField(L"Sales", Array({1, 2, 3}));
+    graph.InsertArrayFieldAt(L"Sales", 1, Array({9}));
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Array({1, 9, 2, 3}));
     const double more[] = {7, 8};
     graph.InsertArrayFieldAt(L"Sales", -1, more, 2);
-    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3, 7, 8}));
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Array({1, 9, 2, 3, 7, 8}));
     graph.RemoveArrayFieldAt(L"Sales", 4, 10);
-    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1, 9, 2, 3}));
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Array({1, 9, 2, 3}));
 
-    graph.InsertArrayFieldAt(L"Costs", 0, Values({5}));
+    graph.InsertArrayFieldAt(L"Costs", 0, Array({5}));
     ASSERT_EQ(graph.GetCount(), 2);
     EXPECT_EQ(graph.GetItem(0).Caption, L"Costs");
     EXPECT_EQ(graph.GetItem(0).Type, 2);
@@ -108,7 +102,7 @@ TEST(KrTheme3DGraphTest, ArrayItemsByCaptionAndKeys)
     BsxArray<int> keys;
     for (int k : {10, 20, 30}) keys.Add(k);
     graph.SetJoinArrayField(keys);
-    graph.SetCaptionAt(0, L"Sales", Values({1.5, 2.5}));
+    graph.SetCaptionAt(0, L"Sales", Array({1.5, 2.5}));
     // A key past the item's values and a key that is not there both answer 0
     for (const auto& k : std::vector<std::pair<int, double>>{{20, 2.5}, {30, 0}, {10, 1.5}, {40, 0}}) {
         double value = -1;
@@ -129,8 +123,8 @@ TEST(KrTheme3DGraphTest, ArrayItemsByCaptionAndKeys)
     EXPECT_EQ(graph.GetItem(0).FieldExpression, L"POP");
     EXPECT_EQ(graph.GetItem(1).Caption, L"Sales");
     // The field item had no values, so it keeps the array item's
-    EXPECT_EQ(graph.GetItem(0).ArrayValues, Values({1.5, 2.5}));
-    EXPECT_EQ(graph.GetItem(1).ArrayValues, Values({1.5, 2.5}));
+    EXPECT_EQ(graph.GetItem(0).ArrayValues, Array({1.5, 2.5}));
+    EXPECT_EQ(graph.GetItem(1).ArrayValues, Array({1.5, 2.5}));
     EXPECT_FALSE(graph.ExchangeItem(0, 2));
     EXPECT_EQ(graph.IndexOf(L"pop"), 0);
     EXPECT_EQ(graph.IndexOf(L"GDP"), -1);
@@ -143,7 +137,7 @@ TEST(KrTheme3DGraphTest, QueryFieldsComeFromTheUpdateChart)
     BsxArray<BsxUnicodeString> fields;
     EXPECT_TRUE(graph.GetThemeQueryDef(fields, false) && !graph.GetThemeQueryDef(fields, true) && fields.IsEmpty());
 
-    graph.Add(L"POP"); graph.AddArrayField(L"Sales", Values({1})); graph.Add(L"GDP");
+    graph.Add(L"POP"); graph.AddArrayField(L"Sales", Array({1})); graph.Add(L"GDP");
     EXPECT_FALSE(graph.GetThemeQueryDef(fields, true));
     graph.PrepareTheme();
     EXPECT_TRUE(graph.IsNeedUpdate());

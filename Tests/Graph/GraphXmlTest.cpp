@@ -30,9 +30,7 @@ KrTheme3DGraph Configured()
     style.SetFillStyle(3);
     style.SetLineWidth(0.25);
     g.SetStyleAt(0, style);
-    BsxArray<double> values;
-    for (double v : {1.5, 2.0}) values.Add(v);
-    g.AddArrayField(L"Sales & <costs>", values);
+    g.AddArrayField(L"Sales & <costs>", T3DTest::Array({1.5, 2.0}));
     BsxArray<int> keys;
     for (int k : {10, -20}) keys.Add(k);
     g.SetJoinArrayField(keys);

@@ -1,11 +1,11 @@
 #pragma once
 // Access to the range theme's protected parts for the tests, and small helpers.
-#include <initializer_list>
 #include <vector>
 
 #include "BsxArray.h"
 #include "KrStyle.h"
 #include "KrTheme3DRange.h"
+#include "TestSupport.h"
 
 namespace T3DTest {
 
@@ -21,13 +21,6 @@ public:
     using KRN::KrTheme3DRange::Stdev;
     void SetDescending(bool descending) { Descending = descending; }
 };
-
-inline BSX::BsxArray<double> Array(std::initializer_list<double> values)
-{
-    BSX::BsxArray<double> a;
-    for (double v : values) a.Add(v);
-    return a;
-}
 
 // first, first+1, ..., last
 inline BSX::BsxArray<double> Sequence(int first, int last)

@@ -1,9 +1,11 @@
 #pragma once
 // Helpers shared by the test programs.
+#include <initializer_list>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "BsxArray.h"
 #include "BsxUnicodeString.h"
 #include "KrLogFile.h"
 
@@ -15,6 +17,13 @@ inline void PrintTo(const BsxUnicodeString& s, std::ostream* os) { *os << '"' <<
 namespace T3DTest {
 
 inline std::string U8(const BSX::BsxUnicodeString& s) { return s.ToUtf8(); }
+// A host array of the given reals
+inline BSX::BsxArray<double> Array(std::initializer_list<double> values)
+{
+    BSX::BsxArray<double> a;
+    for (double v : values) a.Add(v);
+    return a;
+}
 // Contents of a file under Tests/Data, as UTF-8 decoded text
 BSX::BsxUnicodeString ReadData(const std::string& name);
 // Expects text to be the golden file Tests/Data/<name>; with T3D_REFRESH_GOLDEN set in the
