@@ -27,9 +27,23 @@ const { page } = viewer;
 try {
   assert.deepEqual(viewer.consoleErrors, [], 'console errors');
   assert.deepEqual(viewer.foreignRequests, [], 'requests that left 127.0.0.1');
+  // Resolves once the tileset holds what the view asks for, three frames in a row
+  await page.evaluate((name) => {
+    const globe = window.t3d.viewer.scene;
+    const tileset = window.t3d.layers.find((l) => l.theme.name === name).primitive;
+    window.settled = () => new Promise((resolve) => {
+      let quiet = 0;
+      const remove = globe.postRender.addEventListener(() => {
+        quiet = tileset.tilesLoaded ? quiet + 1 : 0;
+        if (quiet >= 3) remove(), resolve();
+        else globe.requestRender();
+      });
+      globe.requestRender();
+    });
+  }, theme.name);
   const result = await page.evaluate(async (name, extent) => {
-    const { Cesium, t3d } = window;
-    const { scene: globe, camera } = t3d.viewer;
+    const { Cesium, t3d, settled } = window;
+    const { camera } = t3d.viewer;
     const tileset = t3d.layers.find((l) => l.theme.name === name).primitive;
     const loaded = new Set();
     const failed = [];
@@ -46,19 +60,6 @@ try {
     present(tileset.root);
     tileset.tileLoad.addEventListener(take);
     tileset.tileFailed.addEventListener((e) => failed.push(`${e.url}: ${e.message}`));
-    const settled = () => new Promise((resolve) => {
-      let quiet = 0;
-      const remove = globe.postRender.addEventListener(() => {
-        quiet = tileset.tilesLoaded ? quiet + 1 : 0;
-        if (quiet >= 3) {
-          remove();
-          resolve();
-        } else {
-          globe.requestRender();
-        }
-      });
-      globe.requestRender();
-    });
     // Straight over the layer, close enough that it fills the view
     camera.setView({ destination: Cesium.Rectangle.fromDegrees(extent.west, extent.south, extent.east, extent.north) });
     // Errors halve from level to level: steps finer than that leave every level the finest drawn
@@ -77,23 +78,13 @@ try {
                                                     leaf.replace(/\.glb$/, theme.tileFeatures)), 'utf8')).features;
   const target = records.find((r) => r.drawn && Number.isFinite(r.lon));
   assert.ok(target, `${leaf} has a drawn feature with its place`);
-  const at = await page.evaluate(async (name, lon, lat) => {
-    const { Cesium, t3d } = window;
-    const { scene: globe, camera } = t3d.viewer;
-    const tileset = t3d.layers.find((l) => l.theme.name === name).primitive;
-    camera.setView({ destination: Cesium.Cartesian3.fromDegrees(lon, lat, 300) });
-    await new Promise((resolve) => {
-      let quiet = 0;
-      const remove = globe.postRender.addEventListener(() => {
-        quiet = tileset.tilesLoaded ? quiet + 1 : 0;
-        if (quiet >= 3) remove(), resolve();
-        else globe.requestRender();
-      });
-      globe.requestRender();
-    });
+  const at = await page.evaluate(async (lon, lat) => {
+    const { Cesium, t3d, settled } = window;
+    t3d.viewer.camera.setView({ destination: Cesium.Cartesian3.fromDegrees(lon, lat, 300) });
+    await settled();
     const canvas = t3d.viewer.canvas;
     return { x: canvas.clientWidth / 2, y: canvas.clientHeight / 2 };
-  }, theme.name, target.lon, target.lat);
+  }, target.lon, target.lat);
   await page.mouse.click(at.x, at.y);
   await page.waitForFunction(() => window.t3d.lastPick && Object.keys(window.t3d.lastPick.attributes).length > 0,
                              { timeout: 60000 });
