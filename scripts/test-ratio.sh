@@ -4,6 +4,8 @@
 #   tests: every C++, JavaScript, Python and shell file under Tests/, and the fuzz harnesses
 #          (Fuzz/*.cpp, Fuzz/*.h); the test data under Tests/Data and the fuzz corpus are not code
 #   code:  every such file under Src/, and, for the wider figure, Viewer/ and Python/ as well
+# The last two lines count each test against the code it tests: Tests/Python and Tests/Viewer
+# against Python/ and Viewer/, every other test against Src/
 # A comment line is one that holds nothing but a comment: "//" lines and lines inside or opening
 # and closing a "/* */" block for C++ and JavaScript, "#" lines for Python and shell (a script's
 # "#!" line included). A line that mixes code and a trailing comment counts as code.
@@ -59,12 +61,16 @@ def group(path):
     return "other"
 
 totals = {"tests": 0, "src": 0, "other": 0}
+# Lines of the tests of the Python package and the viewer, which test code outside Src/
+outside = 0
 for path in sorted(p for p in sys.stdin.read().split("\0") if p):
     kind = group(path)
     if kind is None or not path.endswith(code_suffixes) or not os.path.isfile(path):
         continue
     n = counted_lines(path)
     totals[kind] += n
+    if kind == "tests" and path.startswith(("Tests/Python/", "Tests/Viewer/")):
+        outside += n
     if show_files:
         print(f"{n:6d}  {kind:5s}  {path}")
 
@@ -74,4 +80,8 @@ print(f"code (Src/): {src}")
 print(f"code (Src/, Viewer/, Python/): {src + other}")
 print(f"ratio tests : Src/ = {tests / src:.3f}")
 print(f"ratio tests : Src/ + Viewer/ + Python/ = {tests / (src + other):.3f}")
+# Each test against the code it tests: Tests/Python and Tests/Viewer test Python/ and Viewer/
+print(f"ratio tests of Src/ : Src/ = {(tests - outside) / src:.3f} ({tests - outside} lines)")
+if other:
+    print(f"ratio tests of Python/ and Viewer/ : Python/ + Viewer/ = {outside / other:.3f} ({outside} lines)")
 ' "$@"
