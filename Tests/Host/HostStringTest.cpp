@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cmath>
+#include <cwchar>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -67,6 +68,10 @@ TEST(BsxUnicodeStringTest, NumbersAndUtf8)
 {
     for (const auto& d : std::vector<std::pair<const wchar_t*, double>>{{L" 2.50x", 2.5}, {L"abc", 0}})
         EXPECT_DOUBLE_EQ(BsxUnicodeString(d.first).ToDouble(), d.second);
+    // Plain decimals are read apart from the C library, to the same value to the last bit
+    for (const wchar_t* text : {L"0.1", L"-3e-7", L"1.5E+3", L"0.30000000000000004", L"2.2250738585072011e-308", L"4.9e-324",
+                                L"1e-400", L"1.7976931348623157e308", L"1.7976931348623159e308", L"+2", L"1-2", L".5", L"5.", L"-"})
+        EXPECT_EQ(BsxUnicodeString(text).ToDouble(), std::wcstod(text, nullptr)) << BsxUnicodeString(text).ToUtf8();
     for (const auto& u : std::vector<std::pair<const wchar_t*, unsigned>>{{L"255", 255u}, {L"99999999999", UINT_MAX}, {L"-3", 4294967293u}, {L"-99999999999", UINT_MAX}, {L"--1", 0u}})
         EXPECT_EQ(BsxUnicodeString(u.first).ToUInt(10), u.second);
     for (const auto& i : std::vector<std::pair<const wchar_t*, int>>{{L" -12abc", -12}, {L"99999999999999999999", INT_MAX}, {L"x", 0}})

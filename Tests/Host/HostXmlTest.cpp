@@ -83,6 +83,28 @@ TEST(KrMarkupTest, TextAndAttributesComeBackAsWritten)
     }
 }
 
+TEST(KrMarkupTest, ACursorOverAnotherTextReadsItsOwn)
+{
+    // A cursor over the very text the last one parsed shares that parse; a text that differs
+    // anywhere, past a long run and a character beyond ASCII too, or only in length, is its own
+    const std::wstring run(5000, L'x');
+    const std::wstring first = L"<r><a>" + run + L"\u00e9</a><b>1</b></r>";
+    for (const auto& other : std::vector<std::pair<std::wstring, const wchar_t*>>{
+             {first, L"1"}, {L"<r><a>" + run + L"\u00e8</a><b>1</b></r>", L"1"}, {L"<r><a>" + run + L"\u00e9</a><b>2</b></r>", L"2"},
+             {L"<r><a>" + run + L"\u00e9</a><b>12</b></r>", L"12"}, {L"<r><a>" + run + L"\u00e9</a><b/></r>", L""}}) {
+        KrMarkup parsed(first.c_str());
+        KrMarkup again(other.first.c_str());
+        ASSERT_TRUE(again.FindChildElem(L"a"));
+        EXPECT_EQ(again.GetChildData().Str().back(), other.first[6 + run.size()]);
+        ASSERT_TRUE(again.FindChildElem(L"b"));
+        EXPECT_EQ(again.GetChildData(), other.second);
+    }
+    KrMarkup longer((first + L"<x/>").c_str());
+    KrMarkup start(first.c_str());
+    ASSERT_TRUE(start.FindElem(L"r"));
+    EXPECT_FALSE(start.FindElem(L"x"));
+}
+
 TEST(KrMarkupTest, MalformedTextIsAnEmptyDocument)
 {
     for (const wchar_t* bad : {L"<r><a></r>", L"<r", L"plain text", L"<a/><", L"", L"<r></r><r"}) {

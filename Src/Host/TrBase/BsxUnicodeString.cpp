@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cwchar>
@@ -303,6 +304,23 @@ BsxUnicodeString BsxUnicodeString::Mid(int start, int count) const
 
 double BsxUnicodeString::ToDouble() const
 {
+    // A plain decimal, the common case ("12.5", "-3e-7"), is read without the C library's locale
+    // handling; both readers round correctly, so they agree wherever the fast one reads the whole
+    char narrow[64];
+    const size_t n = m_text.size();
+    if (n && n < sizeof narrow) {
+        size_t i = 0;
+        for (; i < n; ++i) {
+            const wchar_t c = m_text[i];
+            if (!((c >= L'0' && c <= L'9') || c == L'.' || c == L'-' || c == L'+' || c == L'e' || c == L'E')) break;
+            narrow[i] = static_cast<char>(c);
+        }
+        double value = 0.0;
+        if (i == n) {
+            const std::from_chars_result r = std::from_chars(narrow, narrow + n, value);
+            if (r.ec == std::errc() && r.ptr == narrow + n) return value;
+        }
+    }
     return std::wcstod(m_text.c_str(), nullptr);
 }
 

@@ -188,47 +188,53 @@ pugi::xml_node NextMatch(pugi::xml_node from, const Name& name)
     return pugi::xml_node();
 }
 
-// Whether the length characters of text convert to exactly utf8, compared as they convert,
-// without converting them whole
-bool SameText(const wchar_t* text, size_t length, const std::string& utf8)
+// Whether text (up to its NUL) converts to exactly utf8, compared as it converts, without
+// converting it whole. The text's end is found a piece at a time as the comparison goes, so that
+// a long text is read once; plain ASCII is compared sixteen characters at a time.
+bool SameText(const wchar_t* text, const std::string& utf8)
 {
-    // Plain ASCII in blocks of sixteen, compared together
+    constexpr size_t kPiece = 4096;
     const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
     const unsigned char* const end = p + utf8.size();
-    const wchar_t* const textEnd = text + length;
-    while (textEnd - text >= 16 && end - p >= 16) {
-        unsigned int differ = 0;
-        for (size_t b = 0; b < 16; ++b) differ |= (static_cast<unsigned int>(text[b]) ^ p[b]) | (p[b] & 0x80u);
-        if (differ) break;
-        text += 16;
-        p += 16;
-    }
-    for (; text != textEnd; ++text) {
-        auto cp = static_cast<unsigned long>(*text);
-        if (cp < 0x80) {
-            if (p == end || *p != cp) return false;
-            ++p;
-            continue;
+    for (;;) {
+        const size_t length = ::wcsnlen(text, kPiece);
+        const wchar_t* const pieceEnd = text + length;
+        while (text != pieceEnd) {
+            while (pieceEnd - text >= 16 && end - p >= 16) {
+                unsigned int differ = 0;
+                for (size_t b = 0; b < 16; ++b) differ |= (static_cast<unsigned int>(text[b]) ^ p[b]) | (p[b] & 0x80u);
+                if (differ) break;
+                text += 16;
+                p += 16;
+            }
+            if (text == pieceEnd) break;
+            // One character as its conversion writes it, then back to blocks
+            auto cp = static_cast<unsigned long>(*text++);
+            if (cp < 0x80) {
+                if (p == end || *p != cp) return false;
+                ++p;
+                continue;
+            }
+            if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+            unsigned char bytes[4];
+            size_t n = 0;
+            if (cp < 0x800) {
+                bytes[n++] = static_cast<unsigned char>(0xC0 | (cp >> 6));
+            } else if (cp < 0x10000) {
+                bytes[n++] = static_cast<unsigned char>(0xE0 | (cp >> 12));
+                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            } else {
+                bytes[n++] = static_cast<unsigned char>(0xF0 | (cp >> 18));
+                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            }
+            bytes[n++] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            if (static_cast<size_t>(end - p) < n) return false;
+            for (size_t i = 0; i < n; ++i, ++p)
+                if (*p != bytes[i]) return false;
         }
-        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
-        unsigned char bytes[4];
-        size_t n = 0;
-        if (cp < 0x800) {
-            bytes[n++] = static_cast<unsigned char>(0xC0 | (cp >> 6));
-        } else if (cp < 0x10000) {
-            bytes[n++] = static_cast<unsigned char>(0xE0 | (cp >> 12));
-            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-        } else {
-            bytes[n++] = static_cast<unsigned char>(0xF0 | (cp >> 18));
-            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-            bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-        }
-        bytes[n++] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        if (static_cast<size_t>(end - p) < n) return false;
-        for (size_t i = 0; i < n; ++i, ++p)
-            if (*p != bytes[i]) return false;
+        if (length < kPiece) return p == end;
     }
-    return p == end;
 }
 
 // Positions of a node among its siblings, from the document down
@@ -288,12 +294,11 @@ KrMarkup::~KrMarkup() = default;
 
 bool KrMarkup::SetDoc(const wchar_t* text)
 {
-    const size_t length = text ? std::wcslen(text) : 0;
-    if (t_lastParsed && length && SameText(text, length, t_lastParsed->text)) {
+    if (t_lastParsed && text && *text && SameText(text, t_lastParsed->text)) {
         // Served once: the reader that asked again now holds it, and it goes with that reader
         m_impl->parsed = std::move(t_lastParsed);
     } else {
-        std::string utf8 = BsxUnicodeString::ToUtf8(text, length);
+        std::string utf8 = Utf8(text);
         auto parsed = std::make_shared<Parsed>();
         if (!utf8.empty()) {
             pugi::xml_parse_result r = parsed->doc.load_buffer(utf8.data(), utf8.size(), kParseFlags, pugi::encoding_utf8);
