@@ -314,13 +314,27 @@ public:
     void Ascii(const char* s) { Plain(s, std::strlen(s)); }
     void Name(const char* name) { Convert(name, nullptr, 0); }
     void Text(const char* text, bool attribute) { Convert(text, nullptr, attribute ? kReplacedInValue : kReplacedInText); }
-    // A name, answering whether it is one of the flat form
+    // A name, answering whether it is one of the flat form: checked as it is copied, and beyond
+    // ASCII (never such a name) converted as any other
     bool FlatName(const char* name)
     {
+        const bool start = kBytes[*name] & kNameStart;
         unsigned char all = kNameByte;
-        for (const char* p = name; *p; ++p) all &= kBytes[*p];
-        Convert(name, nullptr, 0);
-        return (kBytes[*name] & kNameStart) && (all & kNameByte);
+        for (const char* s = name;;) {
+            const size_t room = Room(1);
+            wchar_t* const out = m_buffer + m_used;
+            size_t k = 0;
+            for (unsigned char kind; k < room && !((kind = kBytes[s[k]]) & kStop); ++k) {
+                all &= kind;
+                out[k] = static_cast<wchar_t>(s[k]);
+            }
+            m_used += k;
+            s += k;
+            if (k == room) continue;
+            if (!*s) return start && (all & kNameByte);
+            Convert(s, nullptr, 0);
+            return false;
+        }
     }
     // Characters written so far, and how many of them a replacement wrote
     size_t Written() const { return m_out.size() + m_used; }
