@@ -84,7 +84,6 @@ std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
 {
     // Documents are long and mostly ASCII: reserve one byte a character and append through a
     // small buffer; the string grows only for the characters that take more
-    auto valid = [](unsigned int cp) { return cp <= 0x10FFFF && (cp < 0xD800 || cp > 0xDFFF) ? cp : 0xFFFDu; };
     std::string out;
     out.reserve(length);
     char buffer[4096];
@@ -114,22 +113,7 @@ std::string BsxUnicodeString::ToUtf8(const wchar_t* text, size_t length)
         used += k;
         i += k;
         if (i == length) break;
-        const unsigned int cp = valid(static_cast<unsigned int>(text[i++]));
-        if (cp < 0x80) {
-            buffer[used++] = static_cast<char>(cp);
-        } else if (cp < 0x800) {
-            buffer[used++] = static_cast<char>(0xC0 | (cp >> 6));
-            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
-        } else if (cp < 0x10000) {
-            buffer[used++] = static_cast<char>(0xE0 | (cp >> 12));
-            buffer[used++] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
-        } else {
-            buffer[used++] = static_cast<char>(0xF0 | (cp >> 18));
-            buffer[used++] = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-            buffer[used++] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-            buffer[used++] = static_cast<char>(0x80 | (cp & 0x3F));
-        }
+        used += EncodeUtf8(text[i++], reinterpret_cast<unsigned char*>(buffer + used));
     }
     out.append(buffer, used);
     return out;

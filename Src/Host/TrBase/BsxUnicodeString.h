@@ -31,6 +31,32 @@ public:
     std::string ToUtf8() const { return ToUtf8(m_text.data(), m_text.size()); }
     static std::string ToUtf8(const wchar_t* text, size_t length);
     ///@}
+    /// The UTF-8 bytes of one character (U+FFFD for one without a UTF-8 form); how many, 1 to 4
+    static size_t EncodeUtf8(wchar_t c, unsigned char* out)
+    {
+        auto cp = static_cast<unsigned long>(c);
+        if (cp < 0x80) {
+            out[0] = static_cast<unsigned char>(cp);
+            return 1;
+        }
+        if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
+        if (cp < 0x800) {
+            out[0] = static_cast<unsigned char>(0xC0 | (cp >> 6));
+            out[1] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            return 2;
+        }
+        if (cp < 0x10000) {
+            out[0] = static_cast<unsigned char>(0xE0 | (cp >> 12));
+            out[1] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            out[2] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            return 3;
+        }
+        out[0] = static_cast<unsigned char>(0xF0 | (cp >> 18));
+        out[1] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+        out[2] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+        out[3] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        return 4;
+    }
 
     /// Concatenation (a null wide pointer adds nothing)
     ///@{

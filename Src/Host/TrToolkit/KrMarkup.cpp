@@ -209,26 +209,8 @@ bool SameText(const wchar_t* text, const std::string& utf8)
             }
             if (text == pieceEnd) break;
             // One character as its conversion writes it, then back to blocks
-            auto cp = static_cast<unsigned long>(*text++);
-            if (cp < 0x80) {
-                if (p == end || *p != cp) return false;
-                ++p;
-                continue;
-            }
-            if (cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) cp = 0xFFFD;
             unsigned char bytes[4];
-            size_t n = 0;
-            if (cp < 0x800) {
-                bytes[n++] = static_cast<unsigned char>(0xC0 | (cp >> 6));
-            } else if (cp < 0x10000) {
-                bytes[n++] = static_cast<unsigned char>(0xE0 | (cp >> 12));
-                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            } else {
-                bytes[n++] = static_cast<unsigned char>(0xF0 | (cp >> 18));
-                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-                bytes[n++] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            }
-            bytes[n++] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            const size_t n = BsxUnicodeString::EncodeUtf8(*text++, bytes);
             if (static_cast<size_t>(end - p) < n) return false;
             for (size_t i = 0; i < n; ++i, ++p)
                 if (*p != bytes[i]) return false;

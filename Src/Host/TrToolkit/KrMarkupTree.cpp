@@ -62,21 +62,9 @@ unsigned char* PutText(unsigned char* p, std::wstring_view text, size_t& printed
         if (cp < 0x80) {
             *q++ = static_cast<unsigned char>(cp);
             printed += kWidths.width[cp];
-            continue;
-        }
-        ++printed;
-        if (cp < 0x800) {
-            *q++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
-            *q++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        } else if (cp < 0x10000) {
-            *q++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
-            *q++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            *q++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
         } else {
-            *q++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
-            *q++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-            *q++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            *q++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            ++printed;
+            q += BSX::BsxUnicodeString::EncodeUtf8(c, q);
         }
     }
     const size_t bytes = static_cast<size_t>(q - start);
