@@ -98,7 +98,10 @@ struct RecordReader {
     }
 };
 
-constexpr size_t kBlock = 1 << 20;
+// Records are kept in blocks that double from the first, small for the one style of a small
+// document, up to the largest
+constexpr size_t kFirstBlock = size_t(1) << 12;
+constexpr size_t kLargestBlock = size_t(1) << 20;
 
 } // namespace
 
@@ -111,7 +114,8 @@ void DeferredFlats::Release(size_t size)
 unsigned char* DeferredFlats::Allocate(size_t size)
 {
     if (size > m_left) {
-        const size_t block = std::max(kBlock, size);
+        m_block = m_blocks.empty() ? kFirstBlock : std::min(2 * m_block, kLargestBlock);
+        const size_t block = std::max(m_block, size);
         m_blocks.emplace_back(new unsigned char[block]);
         m_next = m_blocks.back().get();
         m_left = block;

@@ -75,6 +75,7 @@ private:
     mutable std::unordered_map<const void*, size_t> m_index;
     mutable size_t m_indexed = 0;
     std::vector<std::unique_ptr<unsigned char[]>> m_blocks;
+    size_t m_block = 0;
     size_t m_left = 0;
     unsigned char* m_next = nullptr;
 };
