@@ -88,13 +88,11 @@ struct RecordReader {
         p += n;
         return std::string_view(text, n);
     }
-    // A child's name, NUL-terminated for the node that expanding makes
-    const char* Name(size_t& length)
+    size_t Number()
     {
-        p = GetNumber(p, length);
-        const char* name = reinterpret_cast<const char*>(p);
-        p += length + 1;
-        return name;
+        size_t n = 0;
+        p = GetNumber(p, n);
+        return n;
     }
 };
 
@@ -131,16 +129,14 @@ bool DeferredFlats::Defer(pugi::xml_node element, const FlatXml::Document& flat)
     if (flat.children.empty() && flat.rootText.empty()) return false;
     // Room for the longest form; what the record does not use is handed back
     size_t most = MostBytes(flat.rootText);
-    for (const FlatXml::Element& child : flat.children)
-        most += NumberSize(child.name.size()) + child.name.size() + 1 + MostBytes(child.text);
+    for (const FlatXml::Element& child : flat.children) most += NumberSize(m_names.size() + flat.children.size()) + MostBytes(child.text);
     unsigned char* const data = Allocate(most);
     // ">" and the text, or ">" and a line end before the children
     size_t printed = flat.children.empty() ? 1 : 2;
     unsigned char* p = PutText(data, flat.rootText, printed);
-    for (const FlatXml::Element& child : flat.children) {
-        p = PutNumber(p, child.name.size());
-        for (const wchar_t c : child.name) *p++ = static_cast<unsigned char>(c);
-        *p++ = 0;
+    for (size_t i = 0; i < flat.children.size(); ++i) {
+        const FlatXml::Element& child = flat.children[i];
+        p = PutNumber(p, NameNumber(child.name, i));
         p = PutText(p, child.text, printed);
         // "<name />" and a line end, or "<name>text</name>" and a line end
         printed += child.text.empty() ? child.name.size() + 5 : 2 * child.name.size() + 6;
@@ -149,6 +145,22 @@ bool DeferredFlats::Defer(pugi::xml_node element, const FlatXml::Document& flat)
     m_entries.push_back(Entry{element.internal_object(), Record{data, flat.children.size(), printed}, true});
     ++m_live;
     return true;
+}
+
+size_t DeferredFlats::NameNumber(std::wstring_view name, size_t position)
+{
+    const auto same = [&](size_t number) {
+        const std::string& kept = m_names[number];
+        return kept.size() == name.size() && std::equal(kept.begin(), kept.end(), name.begin());
+    };
+    if (m_lastNames.size() <= position) m_lastNames.resize(position + 1, 0);
+    size_t& guess = m_lastNames[position];
+    if (guess < m_names.size() && same(guess)) return guess;
+    for (size_t number = 0; number < m_names.size(); ++number)
+        if (same(number)) return guess = number;
+    // Flat names are plain ASCII
+    m_names.emplace_back(name.begin(), name.end());
+    return guess = m_names.size() - 1;
 }
 
 const DeferredFlats::Record* DeferredFlats::Find(pugi::xml_node element) const
@@ -171,21 +183,18 @@ const DeferredFlats::Record* DeferredFlats::Lookup::Find(pugi::xml_node element)
     return &entries[m_next++].record;
 }
 
-namespace {
 // The nodes the cursor gives a flat fragment when it is appended whole
-void Build(pugi::xml_node element, const DeferredFlats::Record& record)
+void DeferredFlats::Build(pugi::xml_node element, const Record& record) const
 {
     RecordReader in{record.data};
     const std::string_view rootText = in.Text();
     if (!rootText.empty()) element.append_child(pugi::node_pcdata).set_value(rootText.data(), rootText.size());
     for (size_t i = 0; i < record.children; ++i) {
-        size_t length = 0;
-        pugi::xml_node child = element.append_child(in.Name(length));
+        pugi::xml_node child = element.append_child(ChildName(in.Number()).c_str());
         const std::string_view text = in.Text();
         if (!text.empty()) child.append_child(pugi::node_pcdata).set_value(text.data(), text.size());
     }
 }
-} // namespace
 
 void DeferredFlats::Expand(pugi::xml_node element)
 {
@@ -256,7 +265,7 @@ struct Measure {
     void Ascii(const char* s) { total += std::strlen(s); }
     void Name(const char* name) { Count(name, 0); }
     void Text(const char* text, bool attribute) { Count(text, attribute ? kReplacedInValue : kReplacedInText); }
-    void Record(const DeferredFlats::Record& record, const char* name, unsigned depth)
+    void Record(const DeferredFlats::Record& record, const DeferredFlats&, const char* name, unsigned depth)
     {
         // Each child on a line of its own one level down, the closing tag at this level
         total += record.printed + 4;
@@ -353,7 +362,7 @@ public:
     }
 
     // A deferred fragment's content, as the nodes it stands for print
-    void Record(const DeferredFlats::Record& record, const char* name, unsigned depth)
+    void Record(const DeferredFlats::Record& record, const DeferredFlats& flats, const char* name, unsigned depth)
     {
         RecordReader in{record.data};
         const std::string_view rootText = in.Text();
@@ -363,12 +372,11 @@ public:
         } else {
             Plain(">\n", 2);
             for (size_t i = 0; i < record.children; ++i) {
-                size_t length = 0;
-                const char* child = in.Name(length);
+                const std::string& child = flats.ChildName(in.Number());
                 const std::string_view text = in.Text();
                 Indent(depth + 1);
                 Plain("<", 1);
-                Plain(child, length);
+                Plain(child.data(), child.size());
                 if (text.empty()) {
                     Plain(" />\n", 4);
                     continue;
@@ -376,7 +384,7 @@ public:
                 Plain(">", 1);
                 Convert(text.data(), text.data() + text.size(), kReplacedInText);
                 Plain("</", 2);
-                Plain(child, length);
+                Plain(child.data(), child.size());
                 Plain(">\n", 2);
             }
             Indent(depth);
@@ -499,7 +507,7 @@ bool Walk(pugi::xml_node first, bool single, DeferredFlats::Lookup& deferred, Ou
             out.Name(name);
             out.Ascii(">\n");
         } else if (const DeferredFlats::Record* record = deferred.Find(node)) {
-            out.Record(*record, name, depth);
+            out.Record(*record, deferred.Flats(), name, depth);
         } else {
             out.Ascii(" />\n");
         }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -30,9 +31,9 @@ public:
     void Expand(pugi::xml_node element);
     void ExpandAll();
 
-    // What a deferred element holds: its text, then per child its name (plain ASCII, as the
-    // flat form has it) with a NUL after it and its text, each after its length as a
-    // variable-length number; texts in UTF-8
+    // What a deferred element holds: its text, then per child the number of its name in the
+    // names kept (ChildName) and its text; numbers and lengths as variable-length numbers,
+    // texts in UTF-8
     struct Record {
         const unsigned char* data;
         size_t children;
@@ -42,6 +43,8 @@ public:
     };
     // The record of element, null when it has none
     const Record* Find(pugi::xml_node element) const;
+    // A child's name by its number in a record (plain ASCII, as the flat form has names)
+    const std::string& ChildName(size_t number) const { return m_names[number]; }
 
     // Finds the records of the elements a printer meets in document order. Writers append their
     // fragments in document order, so it first takes the records in the order they were kept;
@@ -51,6 +54,7 @@ public:
         explicit Lookup(const DeferredFlats& deferred, bool exact) : m_deferred(deferred), m_exact(exact) {}
         const Record* Find(pugi::xml_node element);
         bool Complete() const { return m_exact || m_met == m_deferred.m_live; }
+        const DeferredFlats& Flats() const { return m_deferred; }
 
     private:
         const DeferredFlats& m_deferred;
@@ -65,6 +69,11 @@ private:
         Record record;
         bool live;
     };
+    // The number of a child's name, kept on first sight: a theme's fragments name the same few
+    // children in the same order, so a record holds a small number instead of the name
+    size_t NameNumber(std::wstring_view name, size_t position);
+    // The nodes a record stands for, below element
+    void Build(pugi::xml_node element, const Record& record) const;
     unsigned char* Allocate(size_t size);
     // Hands back the last size bytes of the last allocation
     void Release(size_t size);
@@ -74,6 +83,9 @@ private:
     // Entries by element, brought up to date when a search needs it
     mutable std::unordered_map<const void*, size_t> m_index;
     mutable size_t m_indexed = 0;
+    std::vector<std::string> m_names;
+    // The name numbers of the last record's children, the first guess for the next one's
+    std::vector<size_t> m_lastNames;
     std::vector<std::unique_ptr<unsigned char[]>> m_blocks;
     size_t m_block = 0;
     size_t m_left = 0;
