@@ -3,9 +3,10 @@
 Without --scheduler the job starts a LocalCluster on this machine (worker processes, one thread
 each); with one it joins that cluster. Pass 1 summarises the layer span by span of feature
 identifiers on the workers and the driver merges the summaries in span order into the tree and
-the theme. Pass 2 draws every node of the tree as a task that depends on its children: leaves
-read their own features through the source's spatial filter, coarser tiles read again, by
-identifier, what their children hand up. Each worker process keeps its own prepared job (a clone
+the theme. Pass 2 draws the tree's nodes in tasks that depend on the tasks below them (a small
+subtree in one task, each node above them in one of its own): leaves read their own features
+through the source's spatial filter, coarser tiles read again, by identifier, what their
+children hand up unless the same worker drew those children. Each worker process keeps its own prepared job (a clone
 of the theme, its own reading of the source); workers write the tiles, and the driver writes the
 theme's document and, last, tileset.json. The result is the same bytes as `t3d_demo --tiles`
 with the same options.
@@ -51,13 +52,22 @@ def _summarise(args, span, spans):
     return _t3d.TileJob(list(args)).summarise_span(span, spans)
 
 
-def _draw(args, merged, index, *children):
-    return _job(args, merged).draw_node(index, list(children))
+def _draw(args, merged, bundle, *handed):
+    """Draws the nodes of bundle, (index, children) pairs each after its children, from what the
+    bundles below handed up; answers {index: result} for every node of the bundle."""
+    job = _job(args, merged)
+    known = {}
+    for results in handed:
+        known.update(results)
+    drawn = {}
+    for index, children in bundle:
+        drawn[index] = known[index] = job.draw_node(index, [known[c] for c in children])
+    return drawn
 
 
-def _children_first(nodes):
-    """The node indices in post-order from the root: every node after all of its children."""
-    order, stack = [], [(0, False)] if nodes else []
+def _children_first(nodes, root=0):
+    """The node indices of root's subtree in post-order: every node after all of its children."""
+    order, stack = [], [(root, False)] if nodes else []
     while stack:
         index, expanded = stack.pop()
         if expanded:
@@ -67,6 +77,32 @@ def _children_first(nodes):
         for child in reversed(nodes[index][1]):
             stack.append((child, False))
     return order
+
+
+def _bundles(nodes, workers):
+    """The tree cut into tasks: every subtree of at most a few nodes is one task, and every node
+    above them a task of its own. Returns the bundles in post-order, each a list of node indices
+    in post-order, with the bundle every node is drawn in.
+
+    Dask takes a millisecond or two to hand out a task and take its result, a few percent of
+    drawing an average node; a subtree drawn in one task pays it once and keeps what its nodes
+    hand up in the worker. The bundles stay small enough that there are several for each
+    worker to balance, and that a lost worker costs little drawing again."""
+    size = [1] * len(nodes)
+    order = _children_first(nodes)
+    for index in order:
+        size[index] += sum(size[c] for c in nodes[index][1])
+    limit = max(1, min(32, len(nodes) // (8 * max(1, workers))))
+    bundles, bundle_of = [], [0] * len(nodes)
+    for index in order:
+        parent = nodes[index][0]
+        # A node starts a bundle of its subtree when its parent's subtree is too large to be one
+        if size[index] > limit or parent < 0 or size[parent] > limit:
+            members = [index] if size[index] > limit else _children_first(nodes, index)
+            for member in members:
+                bundle_of[member] = len(bundles)
+            bundles.append(members)
+    return bundles, bundle_of
 
 
 def _remove_tiles(tiles):
@@ -180,7 +216,7 @@ def run(args, client, on_node=None):
     report.skipped = driver.skipped
     report.seconds["scan"] = time.monotonic() - started
 
-    # Pass 2: the tree's nodes, each a task after its children
+    # Pass 2: the tree's nodes, in tasks after those of their children
     theme_dir = os.path.join(driver.out_dir, driver.name)
     tiles = os.path.join(theme_dir, "tiles")
     tileset = os.path.join(theme_dir, "tileset.json")
@@ -193,25 +229,28 @@ def run(args, client, on_node=None):
     workers = len(client.scheduler_info()["workers"])
     shared = client.scatter(merged, broadcast=True)
     report.from_driver += len(merged) * max(1, workers)
-    futures = [None] * len(nodes)
-    # Each node right after its children (parents come before their children in the list, the
-    # root first): the scheduler runs tasks in the order they came, so a worker finishes one
-    # subtree before it starts the next and still holds what the children handed up when it
-    # draws their parent, instead of reading those features again
-    for index in _children_first(nodes):
-        children = [futures[c] for c in nodes[index][1]]
-        futures[index] = client.submit(_draw, tuple(args), shared, index, *children, pure=False,
-                                       key="t3d-node-%d-%s" % (index, os.urandom(4).hex()))
+    bundles, bundle_of = _bundles(nodes, workers)
+    futures = []
+    # Each bundle right after those below it: the scheduler runs tasks in the order they came,
+    # so a worker finishes one subtree before it starts the next and still holds what the
+    # children handed up when it draws their parent, instead of reading those features again
+    for members in bundles:
+        below = sorted({bundle_of[c] for m in members for c in nodes[m][1]} - {len(futures)})
+        work = tuple((m, tuple(nodes[m][1])) for m in members)
+        futures.append(client.submit(_draw, tuple(args), shared, work, *[futures[b] for b in below], pure=False,
+                                     key="t3d-nodes-%d-%s" % (members[-1], os.urandom(4).hex())))
     tiles_started = time.monotonic()
     done = 0
+    results = [None] * len(nodes)
     try:
         driver.prepare(merged)
         for future in as_completed(futures):
-            future.result()
-            done += 1
-            if on_node:
-                on_node(done)
-        results = client.gather(futures)
+            drawn = future.result()
+            for index, result in drawn.items():
+                results[index] = result
+                done += 1
+                if on_node:
+                    on_node(done)
     except BaseException:
         # No tileset names the tiles of a failed run
         client.cancel(futures)
