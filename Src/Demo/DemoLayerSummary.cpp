@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "BsxVariant.h"
+#include "DemoVarint.h"
 #include "KrTheme3D.h"
 
 namespace KRN {
@@ -17,15 +18,18 @@ constexpr size_t kPendingCells = 1u << 16;
 // Candidates kept per chart and direction; layers whose series run against each other can have
 // more, and then scaled totals fall back to bounds
 constexpr size_t kFrontLimit = 256;
-constexpr char kMagic[] = "t3d-layer-summary-1";
+constexpr char kMagic[] = "t3d-layer-summary-2";
 
-// Little-endian fixed-width numbers and length-prefixed texts
+// Little-endian fixed-width numbers, length-prefixed texts, and for the grid's cells numbers of
+// seven bits a byte: a cell's distance from the one before and its count take a byte or two,
+// against sixteen fixed; the cells are most of a summary's bytes
 class Writer {
 public:
     void U64(std::uint64_t v)
     {
         for (int i = 0; i < 8; ++i) bytes.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
     }
+    void Varint(std::uint64_t v) { AppendVarint(bytes, v); }
     void Double(double d)
     {
         std::uint64_t v;
@@ -55,6 +59,11 @@ public:
         for (int i = 0; i < 8; ++i) v |= static_cast<std::uint64_t>(static_cast<unsigned char>(m_bytes[m_pos + i])) << (8 * i);
         m_pos += 8;
         return v;
+    }
+    std::uint64_t Varint()
+    {
+        std::uint64_t v = 0;
+        return ReadVarint(m_bytes, m_pos, v) ? v : Fail();
     }
     double Double()
     {
@@ -369,7 +378,9 @@ std::string DemoLayerSummary::ToBytes() const
     w.U64(m_plan.valueLimit);
     w.U64(m_features), w.U64(m_unanchored), w.U64(m_skipped), w.U64(m_kinds);
     w.U64(m_cells.size());
-    for (const auto& cell : m_cells) w.U64(cell.first), w.U64(cell.second);
+    // Cells are in increasing order: each after the first is written as its distance from the last
+    std::uint64_t next = 0;
+    for (const auto& cell : m_cells) w.Varint(cell.first - next), w.Varint(cell.second), next = cell.first + 1ull;
     for (const Numeric& n : m_numeric) w.Text(n.statistics.ToBytes()), w.Text(n.sketch.ToBytes());
     for (size_t i = 0; i < m_distinct.size(); ++i) {
         const DemoValueCounts values = GetValues(i);
@@ -405,8 +416,14 @@ bool DemoLayerSummary::FromBytes(const std::string& bytes)
     plan.valueLimit = r.U64();
     DemoLayerSummary s(plan);
     s.m_features = r.U64(), s.m_unanchored = r.U64(), s.m_skipped = r.U64(), s.m_kinds = static_cast<unsigned>(r.U64());
-    s.m_cells.resize(r.Count(16));
-    for (auto& cell : s.m_cells) cell.first = static_cast<std::uint32_t>(r.U64()), cell.second = r.U64();
+    s.m_cells.resize(r.Count(2));
+    std::uint64_t next = 0;
+    for (auto& cell : s.m_cells) {
+        const std::uint64_t index = next + r.Varint();
+        // A cell beyond the grid or out of order would be lost or counted twice by a merge
+        if (index >= (1ull << (2 * DemoTileTree::kGridLevel))) return false;
+        cell.first = static_cast<std::uint32_t>(index), cell.second = r.Varint(), next = index + 1;
+    }
     for (Numeric& n : s.m_numeric) {
         if (!n.statistics.FromBytes(r.Text()) || !n.sketch.FromBytes(r.Text())) return false;
     }

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 #include "DemoLayerStream.h"
 #include "DemoThemeBuilder.h"
 #include "DemoTileset.h"
+#include "DemoVarint.h"
 
 namespace KRN {
 
@@ -52,6 +54,7 @@ public:
         m_at += static_cast<size_t>(n);
         return true;
     }
+    bool Varint(std::uint64_t& v) { return ReadVarint(m_bytes, m_at, v); }
     bool Done() const { return m_at == m_bytes.size(); }
 
 private:
@@ -84,11 +87,21 @@ void Offer(std::vector<Sampled>& heap, long long fid)
     }
 }
 
+// The sample's identifiers go in increasing order, each as its distance from the one before (the
+// first from the smallest identifier there is): a span's are nearly consecutive, and a byte each
 std::string Pack(const std::string& summary, const std::vector<Sampled>& sample)
 {
     Writer w;
     w.Text(summary).Put<std::uint64_t>(sample.size());
-    for (const Sampled& s : sample) w.Put<long long>(s.second);
+    std::vector<long long> fids;
+    fids.reserve(sample.size());
+    for (const Sampled& s : sample) fids.push_back(s.second);
+    std::sort(fids.begin(), fids.end());
+    std::uint64_t last = static_cast<std::uint64_t>(std::numeric_limits<long long>::min());
+    for (long long fid : fids) {
+        AppendVarint(w.Bytes(), static_cast<std::uint64_t>(fid) - last);
+        last = static_cast<std::uint64_t>(fid);
+    }
     return std::move(w.Bytes());
 }
 
@@ -98,8 +111,12 @@ bool Unpack(const std::string& bytes, std::string& summary, std::vector<long lon
     std::uint64_t n = 0;
     if (!r.Text(summary) || !r.Get(n) || n > DemoTiler::kSampleSize) return false;
     fids.resize(static_cast<size_t>(n));
+    std::uint64_t last = static_cast<std::uint64_t>(std::numeric_limits<long long>::min());
     for (long long& fid : fids) {
-        if (!r.Get(fid)) return false;
+        std::uint64_t step = 0;
+        if (!r.Varint(step)) return false;
+        last += step;
+        fid = static_cast<long long>(last);
     }
     return r.Done();
 }

@@ -9,6 +9,7 @@
 #include "BsxVariant.h"
 #include "DemoLayerSummary.h"
 #include "DemoThemeBuilder.h"
+#include "DemoVarint.h"
 #include "KrTheme3DGraph.h"
 #include "KrTheme3DUnique.h"
 
@@ -102,6 +103,23 @@ TEST(LayerSummary, PartsMergeToWhatTheWholeLayerHolds)
     EXPECT_FALSE(copy.FromBytes(bytes.substr(0, bytes.size() - 3)));
     EXPECT_FALSE(copy.FromBytes(bytes + "x"));
     EXPECT_EQ(copy.GetFeatures(), 0u);
+
+    // Cells travel as distances between them: the whole 64 bits come back, a number whose bytes
+    // end early or run past 64 bits is refused and the place read from is left as it was
+    std::string varints;
+    for (std::uint64_t v : {std::uint64_t(0), std::uint64_t(127), std::uint64_t(128), ~std::uint64_t(0)}) AppendVarint(varints, v);
+    EXPECT_EQ(varints.size(), 1u + 1u + 2u + 10u);
+    size_t at = 0;
+    std::uint64_t v = 0;
+    for (std::uint64_t want : {std::uint64_t(0), std::uint64_t(127), std::uint64_t(128), ~std::uint64_t(0)}) {
+        ASSERT_TRUE(ReadVarint(varints, at, v));
+        EXPECT_EQ(v, want);
+    }
+    EXPECT_EQ(at, varints.size());
+    at = 0;
+    EXPECT_FALSE(ReadVarint(std::string("\x80\x80"), at, v));
+    EXPECT_FALSE(ReadVarint(std::string(11, '\x80') + '\x01', at, v));
+    EXPECT_EQ(at, 0u);
 
     // A part gathered for other fields cannot be merged in
     DemoSummaryPlan other = Plan();
