@@ -40,6 +40,12 @@ template <typename Step> void Run(Step&& step)
 
 void BindTiles(py::module_& m)
 {
+    py::class_<KRN::DemoSample>(m, "Sample",
+                                "Records a process's span summaries keep for its later prepare, so that the "
+                                "sample's features are not read again: at most 65,536, those whose identifiers "
+                                "hash smallest. Threads may share one.")
+        .def(py::init<>())
+        .def("__len__", &KRN::DemoSample::Size);
     py::class_<KRN::DemoTileJob>(m, "TileJob",
                                  "One theme of one layer tiled in steps: the demo's --tiles options without "
                                  "--tiles and --threads")
@@ -61,22 +67,24 @@ void BindTiles(py::module_& m)
             Run([&](std::string& e) { return j.CountSpans(spans, e); });
             return spans;
         }, "How many spans of identifiers the scan takes")
-        .def("summarise_span", [](KRN::DemoTileJob& j, long long span, long long spans) {
+        .def("summarise_span", [](KRN::DemoTileJob& j, long long span, long long spans, KRN::DemoSample* keep) {
             std::string bytes;
-            Run([&](std::string& e) { return j.SummariseSpan(span, spans, bytes, e); });
+            Run([&](std::string& e) { return j.SummariseSpan(span, spans, bytes, e, keep); });
             return py::bytes(bytes);
-        }, py::arg("span"), py::arg("spans"), "The summary of one span, as bytes")
+        }, py::arg("span"), py::arg("spans"), py::arg("keep") = nullptr,
+           "The summary of one span, as bytes; its records offer themselves to the Sample keep")
         .def("merge", [](const KRN::DemoTileJob& j, const std::vector<py::bytes>& parts) {
             const std::vector<std::string> texts = Texts(parts);
             std::string bytes;
             Run([&](std::string& e) { return j.Merge(texts, bytes, e); });
             return py::bytes(bytes);
         }, py::arg("parts"), "The spans' summaries merged in the order given")
-        .def("prepare", [](KRN::DemoTileJob& j, const py::bytes& merged, bool drawing) {
+        .def("prepare", [](KRN::DemoTileJob& j, const py::bytes& merged, bool drawing, KRN::DemoSample* kept) {
             const std::string bytes = merged;
-            Run([&](std::string& e) { return j.Prepare(bytes, drawing, e); });
-        }, py::arg("merged"), py::arg("drawing") = true,
-           "Builds the tree and (drawing) a theme of its own from the merged summary")
+            Run([&](std::string& e) { return j.Prepare(bytes, drawing, e, kept); });
+        }, py::arg("merged"), py::arg("drawing") = true, py::arg("kept") = nullptr,
+           "Builds the tree and (drawing) a theme of its own from the merged summary, taking the sample's "
+           "records from the Sample kept (left empty) where it holds them")
         .def("nodes", [](const KRN::DemoTileJob& j) {
             py::list out;
             for (const KRN::DemoTileNode& n : j.GetTree().GetNodes())

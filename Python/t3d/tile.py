@@ -27,35 +27,51 @@ _DEMO_OPTIONS = {
     "--size-range": 1, "--custom": 1, "--theme": 1, "--x-field": 1, "--y-field": 1, "--lenient": 0,
 }
 
-# The job prepared in this worker process, by its options, with the merged summary it was
-# prepared from
-_jobs = {}
-_jobs_lock = threading.Lock()
+# What this worker process holds for the run in hand, known by its key (a token the driver
+# draws, then the demo options): the sample its span summaries kept, which the first job
+# prepared here takes instead of reading those features again, and each thread's own prepared
+# job (tree, theme clone, source reader), since a job draws on one thread at a time
+_held = {"key": None, "sample": None}
+_held_lock = threading.Lock()
+_local = threading.local()
 
 
-def _job(args, merged):
-    """The worker's own prepared job (tree, theme clone, source reader), made on first use."""
-    key = tuple(args)
-    with _jobs_lock:
-        held = _jobs.get(key)
-        # Every node of a run hands in the one summary the worker holds; comparing the object
-        # first spares hashing or comparing megabytes per node
-        if held is None or (held[0] is not merged and held[0] != merged):
-            job = _t3d.TileJob(list(args))
-            job.prepare(merged)
-            _jobs.clear()
-            held = _jobs[key] = (merged, job)
-        return held[1]
+def _sample(key):
+    with _held_lock:
+        if _held["key"] != key:
+            _held["key"], _held["sample"] = key, _t3d.Sample()
+        return _held["sample"]
 
 
-def _summarise(args, span, spans):
-    return _t3d.TileJob(list(args)).summarise_span(span, spans)
+async def _forget(key):
+    """Lets go of what a finished run's summaries kept in this process (a coroutine, which the
+    workers run without the driver waiting for them)."""
+    with _held_lock:
+        if _held["key"] == key:
+            _held["key"] = _held["sample"] = None
 
 
-def _draw(args, merged, bundle, *handed):
+def _job(key, merged):
+    """This thread's prepared job for the run, made on first use."""
+    held = getattr(_local, "job", None)
+    # Every node of a run hands in the one summary the worker holds; comparing the object
+    # first spares comparing megabytes per node
+    if held is None or held[0] != key or (held[1] is not merged and held[1] != merged):
+        _local.job = None
+        job = _t3d.TileJob(list(key[1:]))
+        job.prepare(merged, kept=_sample(key))
+        held = _local.job = (key, merged, job)
+    return held[2]
+
+
+def _summarise(key, span, spans):
+    return _t3d.TileJob(list(key[1:])).summarise_span(span, spans, keep=_sample(key))
+
+
+def _draw(key, merged, bundle, *handed):
     """Draws the nodes of bundle, (index, children) pairs each after its children, from what the
     bundles below handed up; answers {index: result} for every node of the bundle."""
-    job = _job(args, merged)
+    job = _job(key, merged)
     known = {}
     for results in handed:
         known.update(results)
@@ -195,6 +211,15 @@ def run(args, client, on_node=None):
     uses it to kill a worker in the middle of the tiles). Raises t3d.Error with the module's
     message when a step fails.
     """
+    key = (os.urandom(8).hex(),) + tuple(args)
+    try:
+        return _run(args, key, client, on_node)
+    finally:
+        # What the summaries kept and no job took goes, without waiting for the workers
+        client.run(_forget, key, wait=False, on_error="ignore")
+
+
+def _run(args, key, client, on_node):
     from distributed import as_completed
 
     report = Report()
@@ -204,7 +229,7 @@ def run(args, client, on_node=None):
     report.spans = spans
     sent_before = _worker_sent(client)
     # Pass 1: a task per span, merged here in span order
-    parts = client.map(_summarise, [tuple(args)] * spans, range(spans), [spans] * spans, pure=False)
+    parts = client.map(_summarise, [key] * spans, range(spans), [spans] * spans, pure=False)
     summaries = client.gather(parts)
     report.to_driver += sum(len(s) for s in summaries)
     merged = driver.merge(summaries)
@@ -237,7 +262,7 @@ def run(args, client, on_node=None):
     for members in bundles:
         below = sorted({bundle_of[c] for m in members for c in nodes[m][1]} - {len(futures)})
         work = tuple((m, tuple(nodes[m][1])) for m in members)
-        futures.append(client.submit(_draw, tuple(args), shared, work, *[futures[b] for b in below], pure=False,
+        futures.append(client.submit(_draw, key, shared, work, *[futures[b] for b in below], pure=False,
                                      key="t3d-nodes-%d-%s" % (members[-1], os.urandom(4).hex())))
     tiles_started = time.monotonic()
     done = 0

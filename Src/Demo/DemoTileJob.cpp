@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "DemoLayerStream.h"
+#include "DemoSample.h"
 #include "DemoThemeBuilder.h"
 #include "DemoTileset.h"
 #include "DemoVarint.h"
@@ -62,22 +63,14 @@ private:
     size_t m_at = 0;
 };
 
-std::uint64_t Mix(std::uint64_t v)
-{
-    // splitmix64, the tiler's choice of its sample: the features whose identifiers hash smallest
-    v += 0x9E3779B97F4A7C15ull;
-    v = (v ^ (v >> 30)) * 0xBF58476D1CE4E5B9ull;
-    v = (v ^ (v >> 27)) * 0x94D049BB133111EBull;
-    return v ^ (v >> 31);
-}
-
+// The sample's identifiers alone, by hash: what a span hands the merge
 using Sampled = std::pair<std::uint64_t, long long>;
 
 // Keeps the sample's size of smallest hashes (the heap's front is the largest kept)
 void Offer(std::vector<Sampled>& heap, long long fid)
 {
-    const Sampled s(Mix(static_cast<std::uint64_t>(fid)), fid);
-    if (heap.size() < DemoTiler::kSampleSize) {
+    const Sampled s(DemoSample::Hash(fid), fid);
+    if (heap.size() < DemoSample::kSize) {
         heap.push_back(s);
         std::push_heap(heap.begin(), heap.end());
     } else if (s < heap.front()) {
@@ -109,7 +102,7 @@ bool Unpack(const std::string& bytes, std::string& summary, std::vector<long lon
 {
     Reader r(bytes);
     std::uint64_t n = 0;
-    if (!r.Text(summary) || !r.Get(n) || n > DemoTiler::kSampleSize) return false;
+    if (!r.Text(summary) || !r.Get(n) || n > DemoSample::kSize) return false;
     fids.resize(static_cast<size_t>(n));
     std::uint64_t last = static_cast<std::uint64_t>(std::numeric_limits<long long>::min());
     for (long long& fid : fids) {
@@ -212,13 +205,13 @@ bool DemoTileJob::CountSpans(long long& spans, std::string& error)
     return true;
 }
 
-bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& bytes, std::string& error)
+bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& bytes, std::string& error, DemoSample* keep)
 {
     if (!Planned(error)) return false;
     DemoLayerStream stream;
     if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
     // The tiler's scan of a span, with the identifiers of the anchored features beside it for
-    // the sample (each process reads the sample's features again by identifier)
+    // the sample, and their records for the process's own sample when it keeps one
     DemoLayerSummary summary(m_plan);
     std::vector<Sampled> sample;
     if (spans <= 1) stream.Reset();
@@ -227,7 +220,9 @@ bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& by
     long long fid = 0;
     while (stream.Next(f, fid)) {
         summary.Add(f);
-        if (f.hasAnchor) Offer(sample, fid);
+        if (!f.hasAnchor) continue;
+        Offer(sample, fid);
+        if (keep && keep->Wants(fid)) keep->Offer(fid, f);
     }
     // Read strictly, a record GDAL cannot read fails the span with its identifier; read
     // leniently, it is skipped and counted
@@ -264,7 +259,7 @@ bool DemoTileJob::Merge(const std::vector<std::string>& parts, std::string& byte
     return true;
 }
 
-bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& error)
+bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& error, DemoSample* kept)
 {
     if (!Planned(error)) return false;
     std::string summaryBytes;
@@ -282,16 +277,35 @@ bool DemoTileJob::Prepare(const std::string& merged, bool drawing, std::string& 
         m_name = m_run.name.empty() ? DemoThemeBuilder::KindName(m_run.request.kind) : m_run.name;
         return true;
     }
-    // The sample, as the tiler's scan keeps it: attributes and anchors, in identifier order
-    DemoLayerStream stream;
-    if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
+    // The sample, as the tiler's scan keeps it: attributes and anchors, in identifier order.
+    // What this process's spans kept is taken as read; the rest is read again by identifier.
     std::sort(fids.begin(), fids.end());
-    long long missing = -1;
-    if (!stream.FetchAll(fids, m_sample.features, missing)) {
-        error = "the layer has no feature " + std::to_string(missing) + " any more (did it change?)";
-        return false;
+    std::vector<long long> absent;
+    if (kept) {
+        kept->Take(fids, m_sample.features, absent);
+    } else {
+        m_sample.features.clear();
+        m_sample.features.resize(fids.size());
+        absent = fids;
     }
-    for (DemoFeature& f : m_sample.features) f.parts.clear();
+    if (!absent.empty()) {
+        DemoLayerStream stream;
+        if (!stream.Open(m_options.dataPath, m_options.layerName, m_options.read, error)) return false;
+        std::vector<DemoFeature> read;
+        long long missing = -1;
+        if (!stream.FetchAll(absent, read, missing)) {
+            error = "the layer has no feature " + std::to_string(missing) + " any more (did it change?)";
+            return false;
+        }
+        // Both lists are in identifier order: the places left empty are filled in turn
+        size_t next = 0;
+        for (size_t i = 0; i < fids.size() && next < read.size(); ++i) {
+            if (next < absent.size() && fids[i] == absent[next]) {
+                m_sample.features[i] = std::move(read[next++]);
+                m_sample.features[i].parts.clear();
+            }
+        }
+    }
     const DemoRun run = DemoTiler::Complete(m_run, m_needs.front(), m_summary);
     const DemoThemeCreator create = [this](int kind) { return m_factory->NewTheme3D(kind); };
     m_drawer.reset();

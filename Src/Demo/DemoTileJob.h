@@ -12,6 +12,7 @@
 #include "DemoLayer.h"
 #include "DemoLayerSummary.h"
 #include "DemoOptions.h"
+#include "DemoSample.h"
 #include "DemoTileDrawer.h"
 #include "DemoTileTree.h"
 #include "DemoTiler.h"
@@ -29,14 +30,17 @@ public:
 
     // How many spans the layer's scan takes
     bool CountSpans(long long& spans, std::string& error);
-    // The summary of span number `span` of `spans` and the identifiers it offers to the sample
-    bool SummariseSpan(long long span, long long spans, std::string& bytes, std::string& error);
+    // The summary of span number `span` of `spans` and the identifiers it offers to the sample.
+    // With `keep`, the span's records offer themselves to it too, so that a later Prepare in the
+    // same process need not read them again.
+    bool SummariseSpan(long long span, long long spans, std::string& bytes, std::string& error, DemoSample* keep = nullptr);
     // The spans' bytes merged in the order given
     bool Merge(const std::vector<std::string>& parts, std::string& bytes, std::string& error) const;
 
-    // Builds the tree and, for drawing and the documents, the theme from the merged bytes (the
-    // sample's features are read again by identifier). False with a message.
-    bool Prepare(const std::string& merged, bool drawing, std::string& error);
+    // Builds the tree and, for drawing and the documents, the theme from the merged bytes. The
+    // sample's features come from `kept` (which is left empty) where it holds them, and are
+    // read again by identifier otherwise. False with a message.
+    bool Prepare(const std::string& merged, bool drawing, std::string& error, DemoSample* kept = nullptr);
     const DemoTileTree& GetTree() const { return m_tree; }
     std::uint64_t GetFeatures() const { return m_summary.GetFeatures(); }
     std::uint64_t GetSkipped() const { return m_summary.GetSkipped(); }

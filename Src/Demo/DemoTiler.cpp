@@ -24,6 +24,7 @@
 #include "DemoOutput.h"
 #include "DemoProgress.h"
 #include "DemoPreparedLayer.h"
+#include "DemoSample.h"
 #include "DemoScene.h"
 #include "DemoThemeBuilder.h"
 #include "DemoTileDrawer.h"
@@ -66,15 +67,6 @@ private:
     void (*m_term)(int);
 };
 
-std::uint64_t Mix(std::uint64_t v)
-{
-    // splitmix64: a fixed, well-spread hash of the feature identifier chooses the sample
-    v += 0x9E3779B97F4A7C15ull;
-    v = (v ^ (v >> 30)) * 0xBF58476D1CE4E5B9ull;
-    v = (v ^ (v >> 27)) * 0x94D049BB133111EBull;
-    return v ^ (v >> 31);
-}
-
 // Removes what a run of the tiler leaves in a tiles folder: tiles, label lists, and the hidden
 // temporary files of a run that was killed
 void RemoveTiles(const std::string& dir)
@@ -95,33 +87,9 @@ void RemoveTiles(const std::string& dir)
     for (const std::string& name : doomed) std::remove((dir + "/" + name).c_str());
 }
 
-// A feature on its way through the scan's sample
-using Candidate = DemoTileCandidate;
-
-using Sampled = std::pair<std::uint64_t, Candidate>;
-
-bool SampleOrder(const Sampled& a, const Sampled& b)
-{
-    return a.first != b.first ? a.first < b.first : a.second.fid < b.second.fid;
-}
-
-// Keeps the features of smallest hash: the same choice whatever order or threads read them in
-void Offer(std::vector<Sampled>& heap, Sampled&& s)
-{
-    if (heap.size() < DemoTiler::kSampleSize) {
-        heap.push_back(std::move(s));
-        std::push_heap(heap.begin(), heap.end(), SampleOrder);
-    } else if (SampleOrder(s, heap.front())) {
-        std::pop_heap(heap.begin(), heap.end(), SampleOrder);
-        heap.back() = std::move(s);
-        std::push_heap(heap.begin(), heap.end(), SampleOrder);
-    }
-}
-
 // Reads what the stream gives: every feature into the summary, and those of smallest hash
 // (attributes and anchor only) into the sample when one is asked for
-bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, std::vector<Sampled>* sample,
-              std::atomic<std::uint64_t>* read)
+bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, DemoSample* sample, std::atomic<std::uint64_t>* read)
 {
     DemoFeature f;
     long long fid = 0;
@@ -129,16 +97,7 @@ bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, std::vector<Sa
         if (g_signal.load() != 0) return false;
         if (read) read->fetch_add(1, std::memory_order_relaxed);
         summary.Add(f);
-        if (!sample || !f.hasAnchor) continue;
-        Sampled s;
-        s.first = Mix(static_cast<std::uint64_t>(fid));
-        s.second.fid = fid;
-        if (sample->size() >= DemoTiler::kSampleSize && !SampleOrder(s, sample->front())) continue;
-        s.second.feature.feature = std::move(f.feature);
-        s.second.feature.geometryType = f.geometryType;
-        s.second.feature.anchor = f.anchor;
-        s.second.feature.hasAnchor = true;
-        Offer(*sample, std::move(s));
+        if (sample && f.hasAnchor && sample->Wants(fid)) sample->Offer(fid, f);
     }
     return true;
 }
@@ -146,7 +105,7 @@ bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, std::vector<Sa
 // Reads one span of identifiers; the last one is open, so that sparse or shifted identifiers
 // are still all read
 bool ScanSpan(DemoLayerStream& stream, long long span, long long spans, DemoLayerSummary& summary,
-              std::vector<Sampled>* sample, std::atomic<std::uint64_t>* read)
+              DemoSample* sample, std::atomic<std::uint64_t>* read)
 {
     if (spans <= 1) stream.Reset();
     else stream.ResetSpan(span * DemoTiler::kScanSpan, span == spans - 1 ? (1LL << 62) : (span + 1) * DemoTiler::kScanSpan);
@@ -183,7 +142,7 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
     const long long count = first.CountHint();
     const long long spans = DemoTiler::SpanCount(first);
     const int parts = static_cast<int>(std::min<long long>(std::max(1, threads), spans));
-    std::vector<std::vector<Sampled>> samples(static_cast<size_t>(parts));
+    DemoSample sample;
     std::vector<std::string> errors(static_cast<size_t>(parts));
     std::atomic<std::uint64_t> read{0};
     std::atomic<long long> nextSpan{0};
@@ -196,7 +155,7 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
         if (k > 0 && !own.Open(options.dataPath, options.layerName, options.read, errors[static_cast<size_t>(k)])) return;
         for (long long span = nextSpan++; span < spans && g_signal.load() == 0; span = nextSpan++) {
             auto part = std::make_unique<DemoLayerSummary>(plan);
-            if (!ScanSpan(stream, span, spans, *part, &samples[static_cast<size_t>(k)], &read)) return;
+            if (!ScanSpan(stream, span, spans, *part, &sample, &read)) return;
             if (!stream.GetError().empty()) {
                 errors[static_cast<size_t>(k)] = stream.GetError();
                 // The other threads stop at their next span
@@ -237,19 +196,7 @@ bool ScanLayer(const DemoOptions& options, int threads, DemoSummaryPlan plan, Sc
     }
     scan.tree.SetExtent(west, south, east, north);
     scan.summary.CountInto(scan.tree);
-    // The threads' samples together, cut to the features of smallest hash: one selection
-    // instead of offering each one to a heap again
-    std::vector<Sampled> sample = std::move(samples.front());
-    for (size_t k = 1; k < samples.size(); ++k) {
-        for (auto& s : samples[k]) sample.push_back(std::move(s));
-        samples[k].clear();
-    }
-    if (sample.size() > DemoTiler::kSampleSize) {
-        std::nth_element(sample.begin(), sample.begin() + DemoTiler::kSampleSize, sample.end(), SampleOrder);
-        sample.resize(DemoTiler::kSampleSize);
-    }
-    std::sort(sample.begin(), sample.end(), [](const Sampled& a, const Sampled& b) { return a.second.fid < b.second.fid; });
-    for (auto& s : sample) sampleLayer.features.push_back(std::move(s.second.feature));
+    sampleLayer.features = sample.TakeSorted();
     return true;
 }
 

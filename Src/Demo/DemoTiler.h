@@ -17,10 +17,6 @@ class DemoLayerStream;
 
 class DemoTiler {
 public:
-    // Attribute records kept for what needs features at hand (a seeded choice among all features
-    // when the layer has more): the drawers' layer, the spacing of charts. Classes come from the
-    // whole layer's summary.
-    static constexpr size_t kSampleSize = 65536;
     // Identifiers per span of the scan: the unit that threads (or workers elsewhere) summarise
     static constexpr long long kScanSpan = 1 << 16;
 
