@@ -20,7 +20,8 @@ ARGS = ["--data", os.path.join(TILES, "buildings.gpkg"), "--no-progress", "--til
 
 @pytest.fixture(scope="module")
 def client():
-    with LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) as cluster:
+    # Two threads a worker: each draws with a job of its own
+    with LocalCluster(n_workers=2, threads_per_worker=2, processes=True, dashboard_address=None) as cluster:
         with Client(cluster) as c:
             yield c
 
