@@ -188,20 +188,32 @@ class Report:
         self.to_driver = 0
         self.from_driver = 0
         self.between_workers = 0
+        # CPU seconds the workers spent during the run, and the largest peak memory of one
+        # (over its life) in bytes
+        self.worker_cpu = 0.0
+        self.worker_peak = 0
         self.tileset = ""
 
     def __str__(self):
         return ("%d features in %d spans (%d skipped), %d tiles; scan %.1f s, tiles %.1f s, %.1f s in all; "
-                "bytes to the driver %d, from the driver %d, between workers %d; tileset: %s" % (
+                "workers' CPU %.1f s, peak %.0f MB; bytes to the driver %d, from the driver %d, between workers %d; "
+                "tileset: %s" % (
                     self.features, self.spans, self.skipped, self.nodes, self.seconds.get("scan", 0.0),
-                    self.seconds.get("tiles", 0.0), self.seconds.get("all", 0.0), self.to_driver,
-                    self.from_driver, self.between_workers, self.tileset))
+                    self.seconds.get("tiles", 0.0), self.seconds.get("all", 0.0), self.worker_cpu,
+                    self.worker_peak / 1e6, self.to_driver, self.from_driver, self.between_workers, self.tileset))
 
 
-def _worker_sent(client):
-    def sent(dask_worker):
-        return dask_worker.transfer_outgoing_bytes_total
-    return sum(client.run(sent).values())
+def _worker_state(dask_worker):
+    import resource
+
+    usage = resource.getrusage(resource.RUSAGE_SELF)
+    return dask_worker.transfer_outgoing_bytes_total, usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024
+
+
+def _workers(client):
+    """Bytes the workers sent, CPU seconds they spent and the largest peak memory of one, so far."""
+    states = list(client.run(_worker_state).values())
+    return (sum(s[0] for s in states), sum(s[1] for s in states), max([s[2] for s in states] or [0]))
 
 
 def run(args, client, on_node=None):
@@ -227,7 +239,7 @@ def _run(args, key, client, on_node):
     driver = _t3d.TileJob(list(args))
     spans = driver.count_spans()
     report.spans = spans
-    sent_before = _worker_sent(client)
+    sent_before, cpu_before, _ = _workers(client)
     # Pass 1: a task per span, merged here in span order
     parts = client.map(_summarise, [key] * spans, range(spans), [spans] * spans, pure=False)
     summaries = client.gather(parts)
@@ -282,7 +294,9 @@ def _run(args, key, client, on_node):
         _remove_tiles(tiles)
         raise
     report.to_driver += sum(len(r) for r in results)
-    report.between_workers = max(0, _worker_sent(client) - sent_before - report.to_driver)
+    sent, cpu, report.worker_peak = _workers(client)
+    report.between_workers = max(0, sent - sent_before - report.to_driver)
+    report.worker_cpu = cpu - cpu_before
     _hidden_leftovers(tiles)
     driver.finish(results)
     report.tileset = tileset
@@ -298,27 +312,42 @@ def _allocator():
     return ctypes.util.find_library("jemalloc")
 
 
+def _start_forkserver():
+    """Starts the process the local workers are forked from, at once, so that it loads Dask and
+    the package while the driver loads them too. It runs with jemalloc, which the workers then
+    have from their start."""
+    import multiprocessing
+    import multiprocessing.forkserver
+
+    multiprocessing.get_context("forkserver").set_forkserver_preload(["distributed", "t3d.tile"])
+    allocator = _allocator()
+    before = os.environ.get("LD_PRELOAD")
+    if allocator and not before:
+        os.environ["LD_PRELOAD"] = allocator
+    try:
+        multiprocessing.forkserver.ensure_running()
+    finally:
+        if allocator and not before:
+            del os.environ["LD_PRELOAD"]
+
+
 def main(argv=None):
     options, args = parse(sys.argv[1:] if argv is None else argv)
+    # The local workers are forked from a server process rather than each started as a new
+    # interpreter, which took 0.4 s (importing Dask, the package and GDAL) before the first task.
+    # They allocate through jemalloc, as the demo host does: its per-thread caches spare the
+    # tiles most of the C library's bookkeeping. A forked worker has the server's environment,
+    # not Dask's pre-spawn one, so neither does it get Dask's MALLOC_TRIM_THRESHOLD_=65536, with
+    # which the C library gave pages back and faulted them in again all the time.
+    if not options.scheduler:
+        _start_forkserver()
     import dask
     from distributed import Client, LocalCluster
 
     # The tasks spend their time in C++, where Dask's statistical profiler sees nothing: it would
     # only take a share of every worker's core, sampling every 10 ms
-    dask.config.set({"distributed.worker.profile.enabled": False})
-    # Dask starts its worker processes with MALLOC_TRIM_THRESHOLD_=65536, so that freed memory
-    # goes back to the system at once. Drawing a tile allocates and frees millions of small
-    # blocks, and with that setting the C library gives pages back and faults them in again
-    # all the time: the tiles took half as long again as in the demo host. The workers this
-    # job starts keep the C library's own threshold, which adapts to the program.
-    environ = dict(dask.config.get("distributed.nanny.pre-spawn-environ", default={}) or {})
-    environ.pop("MALLOC_TRIM_THRESHOLD_", None)
-    # They allocate through jemalloc, as the demo host does, whose per-thread caches spare the
-    # tiles most of the C library's bookkeeping; the variable reaches a worker at its start
-    allocator = _allocator()
-    if allocator and "LD_PRELOAD" not in environ:
-        environ["LD_PRELOAD"] = allocator
-    dask.config.set({"distributed.nanny.pre-spawn-environ": environ})
+    dask.config.set({"distributed.worker.profile.enabled": False,
+                     "distributed.worker.multiprocessing-method": "forkserver"})
 
     try:
         if options.scheduler:

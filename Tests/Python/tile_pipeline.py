@@ -5,6 +5,8 @@ are drawn, and failures that name their cause and leave no tileset behind.
 Run by ctest after the demo's tile runs (T3D_TILES_DIR names their folder)."""
 import os
 import signal
+import subprocess
+import sys
 
 import pytest
 from distributed import Client, LocalCluster
@@ -79,3 +81,19 @@ def test_lenient_job_skips_and_counts(client, tmp_path):
     report = tile.run(PLACES + ["--lenient", "--out", str(tmp_path)], client)
     assert report.skipped == 1 and report.features > 0
     assert (tmp_path / "label" / "tileset.json").exists()
+
+
+def test_command_line(tmp_path):
+    """The command starts its own cluster, whose workers it forks from a server process: a bad
+    record fails it with the module's message and status 2, --lenient skips it."""
+    def command(*extra):
+        return subprocess.run([sys.executable, "-m", "t3d.tile", PLACES[1], *PLACES[2:6], "--label", "country",
+                               "--workers", "1", "--out", str(tmp_path), *extra],
+                              capture_output=True, text=True, timeout=600)
+
+    strict = command()
+    assert strict.returncode == 2 and "has no number in 'lon' or 'lat'" in strict.stderr
+    assert not list(tmp_path.glob("*/tileset.json"))
+    lenient = command("--lenient")
+    assert lenient.returncode == 0, lenient.stderr
+    assert "(1 skipped)" in lenient.stdout and (tmp_path / "label" / "tileset.json").exists()
