@@ -66,24 +66,27 @@ private:
 // The sample's identifiers alone, by hash: what a span hands the merge
 using Sampled = std::pair<std::uint64_t, long long>;
 
-// Keeps the sample's size of smallest hashes (the heap's front is the largest kept)
-void Offer(std::vector<Sampled>& heap, long long fid)
+// Keeps the sample's size of smallest hashes
+void Cut(std::vector<Sampled>& sample)
 {
-    const Sampled s(DemoSample::Hash(fid), fid);
-    if (heap.size() < DemoSample::kSize) {
-        heap.push_back(s);
-        std::push_heap(heap.begin(), heap.end());
-    } else if (s < heap.front()) {
-        std::pop_heap(heap.begin(), heap.end());
-        heap.back() = s;
-        std::push_heap(heap.begin(), heap.end());
-    }
+    if (sample.size() <= DemoSample::kSize) return;
+    std::nth_element(sample.begin(), sample.begin() + DemoSample::kSize, sample.end());
+    sample.resize(DemoSample::kSize);
+}
+
+// Adds an identifier; the list is cut once it holds twice the sample's size (a selection now and
+// then is cheaper than a heap's reordering at every one)
+void Offer(std::vector<Sampled>& sample, long long fid)
+{
+    sample.emplace_back(DemoSample::Hash(fid), fid);
+    if (sample.size() >= 2 * DemoSample::kSize) Cut(sample);
 }
 
 // The sample's identifiers go in increasing order, each as its distance from the one before (the
 // first from the smallest identifier there is): a span's are nearly consecutive, and a byte each
-std::string Pack(const std::string& summary, const std::vector<Sampled>& sample)
+std::string Pack(const std::string& summary, std::vector<Sampled>& sample)
 {
+    Cut(sample);
     Writer w;
     w.Text(summary).Put<std::uint64_t>(sample.size());
     std::vector<long long> fids;
