@@ -319,7 +319,10 @@ def _start_forkserver():
     import multiprocessing
     import multiprocessing.forkserver
 
-    multiprocessing.get_context("forkserver").set_forkserver_preload(["distributed", "t3d.tile"])
+    # The package, not this module: run as `-m t3d.tile`, this module is the driver's main, which
+    # the server and each worker run again under another name; finding it imported already,
+    # Python would warn of it in every one of them
+    multiprocessing.get_context("forkserver").set_forkserver_preload(["distributed", "t3d"])
     allocator = _allocator()
     before = os.environ.get("LD_PRELOAD")
     if allocator and not before:
@@ -354,8 +357,11 @@ def main(argv=None):
             client = Client(options.scheduler)
             cluster = None
         else:
+            # No dashboard; the scheduler's small web server (health, metrics) takes any free
+            # port instead of Dask's 8787, which another cluster on the machine may hold and
+            # which would cost a warning on every run
             cluster = LocalCluster(n_workers=max(1, options.workers), threads_per_worker=1, processes=True,
-                                   dashboard_address=None)
+                                   dashboard_address=None, scheduler_kwargs={"dashboard_address": ":0"})
             client = Client(cluster)
         try:
             # The tasks' functions go to the workers by reference to this module, which they import
