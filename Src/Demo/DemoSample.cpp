@@ -34,6 +34,7 @@ void DemoSample::Offer(long long fid, DemoFeature& feature)
     Key key;
     key.hash = Hash(fid);
     key.fid = fid;
+    if (key.hash > m_bound.load(std::memory_order_relaxed)) return;
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_heap.size() == kSize && !Before()(key, m_heap.front())) return;
     DemoFeature kept;
@@ -55,18 +56,6 @@ void DemoSample::Release(std::vector<Key>& keys, std::vector<DemoFeature>& slots
         m_bound.store(~std::uint64_t(0), std::memory_order_relaxed);
     }
     std::sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) { return a.fid < b.fid; });
-}
-
-void DemoSample::Absorb(DemoSample& other)
-{
-    if (&other == this) return;
-    std::vector<Key> keys;
-    std::vector<DemoFeature> slots;
-    other.Release(keys, slots);
-    std::lock_guard<std::mutex> lock(m_mutex);
-    for (const Key& k : keys) {
-        if (m_heap.size() < kSize || Before()(k, m_heap.front())) Keep(k, std::move(slots[k.slot]));
-    }
 }
 
 size_t DemoSample::Size() const

@@ -2,8 +2,7 @@
 // The features a tiled run keeps at hand beside the layer's summary (the drawers' layer, the
 // spacing of charts; classes come from the summary): attributes, geometry kind and anchor of
 // those whose identifiers hash smallest, at most kSize of them. The hash is
-// fixed, so the choice is the same whatever order, threads or processes read the layer in, and
-// samples of parts of a layer absorb one another into the sample of the whole. Threads may offer
+// fixed, so the choice is the same whatever order or threads read the layer in. Threads may offer
 // to one sample at once.
 #include <atomic>
 #include <cstdint>
@@ -25,14 +24,10 @@ public:
     DemoSample(const DemoSample&) = delete;
     DemoSample& operator=(const DemoSample&) = delete;
 
-    // Whether a feature of that identifier could still be kept: a test without the lock, so that
-    // readers move a record out only when it may stay
-    bool Wants(long long fid) const { return Hash(fid) <= m_bound.load(std::memory_order_relaxed); }
     // Keeps the feature's attributes, geometry kind and anchor when its hash is among the
-    // smallest; its parts (and the record, when it is not kept) stay with the caller
+    // smallest; its parts (and the record, when it is not kept) stay with the caller. Most
+    // features of a large layer are turned away without taking the lock.
     void Offer(long long fid, DemoFeature& feature);
-    // Moves the other sample's features in, keeping the smallest; the other is left empty
-    void Absorb(DemoSample& other);
 
     size_t Size() const;
     // The features kept, in identifier order; the sample is left empty
@@ -62,7 +57,8 @@ private:
     // A max-heap by Before: its front is the first to go
     std::vector<Key> m_heap;
     std::vector<DemoFeature> m_slots;
-    // The front's hash once full (the largest kept): a larger one is never kept
+    // The front's hash once full (the largest kept): a larger one is never kept, which Offer
+    // tells before it locks
     std::atomic<std::uint64_t> m_bound{~std::uint64_t(0)};
 };
 

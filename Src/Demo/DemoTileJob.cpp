@@ -225,7 +225,7 @@ bool DemoTileJob::SummariseSpan(long long span, long long spans, std::string& by
         summary.Add(f);
         if (!f.hasAnchor) continue;
         Offer(sample, fid);
-        if (keep && keep->Wants(fid)) keep->Offer(fid, f);
+        if (keep) keep->Offer(fid, f);
     }
     // Read strictly, a record GDAL cannot read fails the span with its identifier; read
     // leniently, it is skipped and counted

@@ -97,7 +97,7 @@ bool ScanPart(DemoLayerStream& stream, DemoLayerSummary& summary, DemoSample* sa
         if (g_signal.load() != 0) return false;
         if (read) read->fetch_add(1, std::memory_order_relaxed);
         summary.Add(f);
-        if (sample && f.hasAnchor && sample->Wants(fid)) sample->Offer(fid, f);
+        if (sample && f.hasAnchor) sample->Offer(fid, f);
     }
     return true;
 }
