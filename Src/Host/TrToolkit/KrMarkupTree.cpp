@@ -287,12 +287,17 @@ private:
             } else if (!*s) {
                 return;
             } else {
+                // Decoded into one scratch text, so that a document of many non-Latin names
+                // is not an allocation per name
                 const size_t n = RunBeyondAscii(s);
-                total += static_cast<size_t>(BSX::BsxUnicodeString::FromUtf8(s, n).GetLength());
+                m_wide.clear();
+                BSX::BsxUnicodeString::AppendUtf8(m_wide, s, n);
+                total += m_wide.size();
                 s += n;
             }
         }
     }
+    std::wstring m_wide;
 };
 
 // Writes through a buffer into a text reserved to its final length
