@@ -171,8 +171,10 @@ private:
             if (kind == 0 || depth > 3) {
                 const wchar_t* name = Name();
                 const std::wstring text = Text();
-                markup.AddElem(name, text.c_str(), false, true);
-                pugi::xml_node child = into.append_child(Utf8(name).c_str());
+                // Now and then put first, ahead of the children already there
+                const bool first = m_random() % 4 == 0;
+                markup.AddElem(name, text.c_str(), first, true);
+                pugi::xml_node child = first ? into.prepend_child(Utf8(name).c_str()) : into.append_child(Utf8(name).c_str());
                 if (!text.empty()) child.text().set(Utf8(text).c_str());
                 if (m_random() % 3 == 0) {
                     const std::wstring value = Text();
@@ -194,8 +196,10 @@ private:
                 const std::string utf8 = Utf8(fragment);
                 const unsigned flags = (pugi::parse_default & ~(pugi::parse_eol | pugi::parse_wconv_attribute)) | pugi::parse_ws_pcdata_single;
                 ASSERT_TRUE(parsed.load_buffer(utf8.data(), utf8.size(), flags, pugi::encoding_utf8));
-                ASSERT_TRUE(markup.AddSubDoc(fragment.c_str(), false, true));
-                into.append_copy(parsed.document_element());
+                const bool first = m_random() % 4 == 0;
+                ASSERT_TRUE(markup.AddSubDoc(fragment.c_str(), first, true));
+                if (first) into.prepend_copy(parsed.document_element());
+                else into.append_copy(parsed.document_element());
             }
         }
     }
