@@ -286,26 +286,28 @@ BsxUnicodeString BsxUnicodeString::Mid(int start, int count) const
     return BsxUnicodeString(m_text.substr(static_cast<size_t>(start), n));
 }
 
+bool BsxUnicodeString::ParsePlainDecimal(std::wstring_view text, double& value)
+{
+    char narrow[64];
+    const size_t n = text.size();
+    if (!n || n >= sizeof narrow) return false;
+    for (size_t i = 0; i < n; ++i) {
+        const wchar_t c = text[i];
+        if (!((c >= L'0' && c <= L'9') || c == L'.' || c == L'-' || c == L'+' || c == L'e' || c == L'E')) return false;
+        narrow[i] = static_cast<char>(c);
+    }
+    double v = 0.0;
+    const std::from_chars_result r = std::from_chars(narrow, narrow + n, v);
+    if (r.ec != std::errc() || r.ptr != narrow + n) return false;
+    value = v;
+    return true;
+}
+
 double BsxUnicodeString::ToDouble() const
 {
-    // A plain decimal, the common case ("12.5", "-3e-7"), is read without the C library's locale
-    // handling; both readers round correctly, so they agree wherever the fast one reads the whole
-    char narrow[64];
-    const size_t n = m_text.size();
-    if (n && n < sizeof narrow) {
-        size_t i = 0;
-        for (; i < n; ++i) {
-            const wchar_t c = m_text[i];
-            if (!((c >= L'0' && c <= L'9') || c == L'.' || c == L'-' || c == L'+' || c == L'e' || c == L'E')) break;
-            narrow[i] = static_cast<char>(c);
-        }
-        double value = 0.0;
-        if (i == n) {
-            const std::from_chars_result r = std::from_chars(narrow, narrow + n, value);
-            if (r.ec == std::errc() && r.ptr == narrow + n) return value;
-        }
-    }
-    return std::wcstod(m_text.c_str(), nullptr);
+    // The common case without the locale's cost
+    double value = 0.0;
+    return ParsePlainDecimal(m_text, value) ? value : std::wcstod(m_text.c_str(), nullptr);
 }
 
 unsigned int BsxUnicodeString::ToUInt(unsigned int radix) const

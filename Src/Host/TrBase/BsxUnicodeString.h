@@ -2,6 +2,7 @@
 // Wide-character string of the host's foundation library.
 #include <cstdarg>
 #include <string>
+#include <string_view>
 
 namespace BSX {
 
@@ -132,6 +133,10 @@ public:
 
     /// Leading number of the text (wcstod rules), 0 when there is none
     double ToDouble() const;
+    /// A plain decimal ("12.5", "-3e-7") read without the C library's locale handling; false for
+    /// any other text (white space, a leading '+', hexadecimal, trailing characters), which the
+    /// caller reads with wcstod. Both round correctly, so they agree wherever this one reads.
+    static bool ParsePlainDecimal(std::wstring_view text, double& value);
     /// Leading unsigned number in the radix, 0 when there is none, saturating at the maximum
     unsigned int ToUInt(unsigned int radix) const;
 

@@ -41,37 +41,12 @@ std::wstring_view UpToNul(std::wstring_view text)
     const size_t nul = text.find(L'\0');
     return nul == std::wstring_view::npos ? text : text.substr(0, nul);
 }
-
-// A plain decimal ("-12.5", "3e-7") as narrow characters; false for anything else (signs other
-// than a leading minus, white space, hexadecimal, infinities and NaNs), which wcstod reads
-bool PlainDecimal(std::wstring_view s, char* out, size_t capacity, size_t& length)
-{
-    if (s.empty() || s.size() >= capacity) return false;
-    for (size_t i = 0; i < s.size(); ++i) {
-        const wchar_t c = s[i];
-        const bool sign = c == L'-' && (i == 0 || s[i - 1] == L'e' || s[i - 1] == L'E');
-        if (!((c >= L'0' && c <= L'9') || c == L'.' || c == L'e' || c == L'E' || sign || (c == L'+' && i > 0 && (s[i - 1] == L'e' || s[i - 1] == L'E'))))
-            return false;
-        out[i] = static_cast<char>(c);
-    }
-    length = s.size();
-    return true;
-}
 } // namespace
 
 bool ParseReal(std::wstring_view text, double& value)
 {
-    // The common case, read exactly as wcstod reads it (both round correctly)
-    char narrow[64];
-    size_t length = 0;
-    if (PlainDecimal(text, narrow, sizeof narrow, length)) {
-        double v = 0.0;
-        const std::from_chars_result r = std::from_chars(narrow, narrow + length, v);
-        if (r.ec == std::errc() && r.ptr == narrow + length) {
-            value = v;
-            return true;
-        }
-    }
+    // The common case, read exactly as wcstod reads it
+    if (BSX::BsxUnicodeString::ParsePlainDecimal(text, value)) return true;
     const std::wstring s(UpToNul(text));
     const wchar_t* p = s.c_str();
     wchar_t* end = nullptr;
