@@ -10,18 +10,14 @@ namespace {
 
 bool IsSpace(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\r' || c == L'\n'; }
 
-// Name characters as the flat form accepts them: ASCII letters, "_" and ":" to start, digits,
-// "-" and "." after. Looked up in a table, as every tag of every style goes through here.
+// Name characters looked up in a table, as every tag of every style goes through here
 enum : unsigned char { kNameStart = 1, kNameChar = 2 };
 struct NameTable {
     unsigned char kind[128] = {};
     constexpr NameTable()
     {
-        for (int c = 0; c < 128; ++c) {
-            const bool start = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
-            const bool other = (c >= '0' && c <= '9') || c == '-' || c == '.';
-            kind[c] = static_cast<unsigned char>((start ? kNameStart | kNameChar : 0) | (other ? kNameChar : 0));
-        }
+        for (unsigned c = 0; c < 128; ++c)
+            kind[c] = static_cast<unsigned char>((IsNameStartCode(c) ? kNameStart : 0) | (IsNameCode(c) ? kNameChar : 0));
     }
 };
 constexpr NameTable kNames;

@@ -55,6 +55,15 @@ void Remember(std::wstring_view text, Span root, const std::vector<SpannedElemen
 // when the text is not flat
 const Document* SplitRecent(const wchar_t* text, Document& scratch);
 
+// Name characters of the flat form, ASCII only: letters, "_" and ":" to start a name, and
+// digits, "-" and "." after. The reader and the printer both go by these, so a text the printer
+// keeps as flat is one the reader splits.
+constexpr bool IsNameStartCode(unsigned long c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
+}
+constexpr bool IsNameCode(unsigned long c) { return IsNameStartCode(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; }
+
 // How the XML printer writes a character of element text (attribute false) or of an attribute
 // value: whether it is replaced, and by what (Escape writes the replacement, answers its length).
 // Element text keeps tabs and line ends; an attribute value replaces them, and quotes, but not ">".

@@ -238,9 +238,8 @@ struct ByteTable {
             if (c == 0 || c >= 0x80) k |= kStop;
             if (c != 0 && c < 0x80 && FlatXml::NeedsEscape(c, false)) k |= kReplacedInText;
             if (c != 0 && c < 0x80 && FlatXml::NeedsEscape(c, true)) k |= kReplacedInValue;
-            const bool start = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
-            if (start || (c >= '0' && c <= '9') || c == '-' || c == '.') k |= kNameByte;
-            if (start) k |= kNameStart;
+            if (FlatXml::IsNameCode(c)) k |= kNameByte;
+            if (FlatXml::IsNameStartCode(c)) k |= kNameStart;
             kind[c] = k;
         }
     }
